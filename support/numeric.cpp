@@ -1,5 +1,6 @@
 #include "vexalib/numeric.h"
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstdint>
@@ -135,9 +136,9 @@ int32_t isqrt(int32_t value)
     if (v < roots.size())
         return roots[v];
     uint32_t k = 1U << ((31 - __builtin_clz(v)) / 2 - 1);
-    while (v / k >= roots.size()) // from 2 to the 29 on the quotient would lie behind the table
+    if (v / k >= roots.size()) // from 2 to the 29 on the quotient would lie behind the table
         k *= 2;
-    return roots[v / k] * roots[k];
+    return roots[std::min<std::size_t>(v / k, roots.size() - 1)] * roots[k];
 }
 
 int32_t vexa_min(int32_t a, int32_t b)
