@@ -51,6 +51,11 @@ Header* headerOf(void* block)
     return reinterpret_cast<Header*>(static_cast<uint8_t*>(block) - sizeof(Header));
 }
 
+const Header* headerOf(const void* block)
+{
+    return reinterpret_cast<const Header*>(static_cast<const uint8_t*>(block) - sizeof(Header));
+}
+
 } // namespace
 
 void* allocateBlock(int64_t count, int64_t size)
@@ -79,6 +84,11 @@ void releaseBlock(void* block)
     --state.counts.liveBlocks;
     state.counts.liveBytes -= header.bytes;
     std::free(header.allocation);
+}
+
+int64_t blockBytes(const void* block)
+{
+    return headerOf(block)->bytes;
 }
 
 char* duplicateText(const char* text)

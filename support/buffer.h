@@ -16,6 +16,8 @@ namespace vexa
 [[nodiscard]] void* allocateBlock(int64_t count, int64_t size = 1);
 // Takes null.
 void releaseBlock(void* block);
+// The bytes that an allocateBlock was asked for.
+int64_t blockBytes(const void* block);
 // A copy of the text through allocateBlock; null for null.
 [[nodiscard]] char* duplicateText(const char* text);
 
