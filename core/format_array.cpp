@@ -16,8 +16,8 @@ constexpr std::size_t kElementLimit = 400;
 // The width of an integer argument, by the conversion's length letters.
 enum class Width { byte, half, word, wide };
 
-// A caller's number format taken apart: text, one conversion of a number, text. Whatever else it may hold is text, so
-// that no format reads an argument that is not there.
+// A caller's number format taken apart: text, one conversion of a number, text. Whatever else it may hold is
+// text, so that no format reads an argument that is not there.
 class NumberFormat
 {
 public:
@@ -57,7 +57,8 @@ public:
     }
 
 private:
-    // The length of a conversion of a number at the start of the text, which becomes this format's; 0 if it is none.
+    // The length of a conversion of a number at the start of the text, which becomes this format's; 0 if it
+    // is none.
     std::size_t parse(std::string_view text)
     {
         std::size_t i = text.find_first_not_of("-+ #0", 1);
