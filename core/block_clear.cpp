@@ -44,7 +44,7 @@ void fillPixels(Buffer<uint8_t>& buffer, int64_t pixels, const void* value, int3
 
 void swapRows(ImageRecord& record)
 {
-    const int64_t rowBytes = int64_t{record.cols} * record.bytes;
+    const int64_t rowBytes = std::max<int64_t>(record.cols, 0) * record.bytes;
     uint8_t* const pixels = directPixels(record);
     for (int64_t i = 0; i < record.rows / 2; ++i) {
         uint8_t* const upper = pixels + i * record.stride;

@@ -51,10 +51,12 @@ int32_t commonSize(int32_t wanted, int64_t sourceLeft, int64_t destLeft)
 }
 
 // Images that are not addressable: through a buffer of the higher type code.
-int32_t copyThroughBuffer(const Rect& from, int32_t imSrc, VexaPoint to, int32_t imDest)
+int32_t copyThroughBuffer(const Rect& from, int32_t imSrc, const ImageRecord& source, VexaPoint to,
+                          int32_t imDest, const ImageRecord& dest)
 {
-    const int32_t type = std::max(I_ImGetType(imSrc), I_ImGetType(imDest));
-    Buffer<uint8_t> block(int64_t{from.width} * from.height * I_ImTypeBytes(type));
+    const int32_t type = std::max(source.type, dest.type);
+    const int64_t bytes = std::max(blockPixelBytes(source, type), blockPixelBytes(dest, type));
+    Buffer<uint8_t> block(int64_t{from.width} * from.height * bytes);
     if (malloctest(block.data(), "CopyBlock (%d x %d)", from.width, from.height))
         return 0;
     if (!I_GetBlockType(from.x, from.y, from.width, from.height, block.data(), imSrc, type) ||
@@ -111,7 +113,7 @@ int32_t I_ImCopyBlock(int32_t width, int32_t height, int32_t sourceX, int32_t so
     const VexaPoint to = {destX, destY};
     if (directPixels(*source) && directPixels(*dest))
         return copyDirect(from, *source, to, *dest);
-    return copyThroughBuffer(from, imSrc, to, imDest);
+    return copyThroughBuffer(from, imSrc, *source, to, imDest, *dest);
 }
 
 int32_t I_RectCopy(int32_t sourceX, int32_t sourceY, int32_t destX, int32_t destY, int32_t width,

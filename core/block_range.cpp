@@ -1,5 +1,6 @@
 #include <cmath>
 #include <cstring>
+#include <functional>
 
 #include "core/image_memory.h"
 #include "core/image_table.h"

@@ -1,16 +1,9 @@
 // The extremes of a row of numbers. Compiled once per instruction set, hence no include guard.
 
+#include "core/convert_row.h"
+
 namespace vexa::VEXA_TARGET
 {
-
-// Rows lie at any address.
-template <typename Pixel>
-Pixel loadPixel(const uint8_t* row, int64_t i)
-{
-    Pixel pixel;
-    __builtin_memcpy(&pixel, row + i * static_cast<int64_t>(sizeof(Pixel)), sizeof(Pixel));
-    return pixel;
-}
 
 // Extends a range by the pixels of a row.
 template <typename Pixel>
@@ -27,27 +20,50 @@ void extendRange(const uint8_t* row, int64_t n, Pixel& low, Pixel& high)
     high = highest;
 }
 
-// The same for floats: a comparison with something that is no number changes nothing. As many ranges side by side as
-// keep the comparisons busy; their joining can mistake the sign of a zero.
+// As many floats as one vector register holds.
+inline constexpr int64_t kFloatLanes = VEXA_LEVEL == 3 ? 16 : VEXA_LEVEL == 2 ? 8 : 4;
+typedef float FloatLanes __attribute__((vector_size(kFloatLanes * 4)));
+
+// A number of ranges side by side, so that no comparison waits for the one before it.
+struct FloatRanges {
+    static constexpr int64_t kVectors = 4;
+    static constexpr int64_t kFloats = kVectors * kFloatLanes;
+
+    FloatLanes low[kVectors];
+    FloatLanes high[kVectors];
+
+    FloatRanges(float lowest, float highest)
+    {
+        for (int64_t i = 0; i < kFloats; ++i) {
+            low[i / kFloatLanes][i % kFloatLanes] = lowest;
+            high[i / kFloatLanes][i % kFloatLanes] = highest;
+        }
+    }
+
+    void extend(const uint8_t* floats)
+    {
+        for (int64_t i = 0; i < kVectors; ++i) {
+            const auto pixels = loadPixel<FloatLanes>(floats, i);
+            low[i] = pixels < low[i] ? pixels : low[i];
+            high[i] = pixels > high[i] ? pixels : high[i];
+        }
+    }
+};
+
+// The same for floats: a comparison with something that is no number changes nothing. The sign of a zero is that of
+// any of the zeros met.
 template <>
 inline void extendRange<float>(const uint8_t* row, int64_t n, float& low, float& high)
 {
-    constexpr int64_t kLanes = 64;
-    typedef float Lanes __attribute__((vector_size(kLanes * sizeof(float))));
+    FloatRanges ranges(low, high);
     int64_t i = 0;
-    if (n >= kLanes) {
-        Lanes lowest = low - Lanes{};
-        Lanes highest = high - Lanes{};
-        for (; i + kLanes <= n; i += kLanes) {
-            Lanes pixels;
-            __builtin_memcpy(&pixels, row + i * static_cast<int64_t>(sizeof(float)), sizeof pixels);
-            lowest = pixels < lowest ? pixels : lowest;
-            highest = pixels > highest ? pixels : highest;
-        }
-        for (int64_t lane = 0; lane < kLanes; ++lane) {
-            low = lowest[lane] < low ? lowest[lane] : low;
-            high = highest[lane] > high ? highest[lane] : high;
-        }
+    for (; i + FloatRanges::kFloats <= n; i += FloatRanges::kFloats)
+        ranges.extend(row + i * static_cast<int64_t>(sizeof(float)));
+    for (int64_t lane = 0; lane < FloatRanges::kFloats; ++lane) {
+        const float lowest = ranges.low[lane / kFloatLanes][lane % kFloatLanes];
+        const float highest = ranges.high[lane / kFloatLanes][lane % kFloatLanes];
+        low = lowest < low ? lowest : low;
+        high = highest > high ? highest : high;
     }
     for (; i < n; ++i) {
         const auto pixel = loadPixel<float>(row, i);

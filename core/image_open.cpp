@@ -8,6 +8,7 @@
 #include "core/image_kinds.h"
 #include "core/image_memory.h"
 #include "core/image_table.h"
+#include "platform/platform.h"
 #include "support/buffer.h"
 #include "support/numbers.h"
 #include "vexalib/block.h"
@@ -22,6 +23,8 @@ constexpr int32_t kMaskMemory = 1;
 constexpr int32_t kMaskFile = 8;
 // A full image leaves the last slot to subimages.
 constexpr int32_t kFullImageSlots = kImageSlots - 1;
+// A memory type that names memory must leave this much of what is available.
+constexpr int64_t kSpareBytes = 65536;
 // The kind of an image for which no memory type could be granted.
 constexpr int32_t kNoKind = 0;
 
@@ -61,7 +64,7 @@ int32_t chooseKind(const OpenRequest& request, int64_t totalBytes)
         return kMemoryKind;
     if (memType >= kFirstRegisteredKind)
         return memType;
-    const auto enough = [totalBytes] { return int64_t{I_MemAvailable()} * 1024 > totalBytes + 65536; };
+    const auto enough = [totalBytes] { return platform::availableMemory() > totalBytes + kSpareBytes; };
     if ((memType & kMaskMemory) && (request.pixels || enough()))
         return kMemoryKind;
     return memType & kMaskFile ? kFileKind : kNoKind;
@@ -226,6 +229,8 @@ void makeWindow(ImageRecord& record, const ImageRecord& parent, int64_t start)
     record = parent;
     if (uint8_t* const pixels = directPixels(parent))
         record.data = pixels + start;
+    else if (parent.kind == kFileKind) // the pixels are reached by their place in the file
+        record.fileStart = saturateToInt32(start);
     record.block = nullptr;
     record.rowTable = nullptr;
     record.rowTableBlock = nullptr;
