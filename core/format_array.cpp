@@ -1,5 +1,6 @@
 #include <bit>
 #include <string_view>
+#include <utility>
 
 #include "core/message_box.h"
 #include "core/text.h"
@@ -15,8 +16,8 @@ constexpr std::size_t kElementLimit = 400;
 // The width of an integer argument, by the conversion's length letters.
 enum class Width { byte, half, word, wide };
 
-// A caller's number format taken apart: text, one conversion of a number, text. Whatever else it may hold is text, so
-// that no format reads an argument that is not there.
+// A caller's number format taken apart: text, one conversion of a number, text. Whatever else it may hold is
+// text, so that no format reads an argument that is not there.
 class NumberFormat
 {
 public:
@@ -56,7 +57,8 @@ public:
     }
 
 private:
-    // The length of a conversion of a number at the start of the text, which becomes this format's; 0 if it is none.
+    // The length of a conversion of a number at the start of the text, which becomes this format's; 0 if it
+    // is none.
     std::size_t parse(std::string_view text)
     {
         std::size_t i = text.find_first_not_of("-+ #0", 1);
@@ -201,20 +203,20 @@ private:
     bool hasLetterF_ = false;
 };
 
-// Appends to a buffer of a known size, or to one of the caller's that is as large as it needs to be.
+// Appends to a caller's buffer, which is as large as it needs to be, or to one of its own, which grows.
 class TextWriter
 {
 public:
-    TextWriter(char* text, int64_t limit)
-        : text_(text), length_(static_cast<int64_t>(std::strlen(text))), limit_(limit)
+    explicit TextWriter(char* callers) : text_(callers), length_(static_cast<int64_t>(std::strlen(callers)))
     {
     }
+    explicit TextWriter(Buffer<char> own) : own_(std::move(own)), text_(own_.data()) {}
 
     void add(std::string_view more)
     {
-        const int64_t room = limit_ - length_;
-        const int64_t count =
-            static_cast<int64_t>(more.size()) < room ? static_cast<int64_t>(more.size()) : room;
+        const auto wanted = static_cast<int64_t>(more.size());
+        const int64_t limit = roomFor(length_ + wanted);
+        const int64_t count = wanted < limit - length_ ? wanted : limit - length_;
         std::memcpy(text_ + length_, more.data(), static_cast<std::size_t>(count));
         length_ += count;
         text_[length_] = '\0';
@@ -224,12 +226,30 @@ public:
         if (length_ > 0 && text_[length_ - 1] == '\t')
             text_[--length_] = '\0';
     }
+    const char* get() const { return text_; }
     int32_t length() const { return static_cast<int32_t>(length_); }
 
 private:
+    // The length that the text may have: what is wanted, or less where memory ends.
+    int64_t roomFor(int64_t length)
+    {
+        constexpr int64_t longest = INT32_MAX;
+        if (!own_)
+            return longest;
+        if (length >= own_.size()) {
+            Buffer<char> grown(2 * length);
+            if (grown) {
+                std::memcpy(grown.data(), text_, static_cast<std::size_t>(length_));
+                own_ = std::move(grown);
+                text_ = own_.data();
+            }
+        }
+        return own_.size() - 1 < longest ? own_.size() - 1 : longest;
+    }
+
+    Buffer<char> own_;
     char* text_;
-    int64_t length_;
-    int64_t limit_;
+    int64_t length_ = 0;
 };
 
 struct ArrayShape {
@@ -269,6 +289,27 @@ void writeRows(TextWriter& text, const ArrayShape& array, const NumberFormat& fo
     }
 }
 
+TextWriter write(TextWriter text, const ArrayShape& array, const char* numberFormat, const char* separator,
+                 const char* title)
+{
+    if (title) {
+        text.add(title);
+        text.add("\r\n");
+    }
+    writeRows(text, array, NumberFormat(numberFormat), separator ? separator : "");
+    return text;
+}
+
+// The room that a shown text starts with; -1 where that is no size.
+int64_t describedSize(const ArrayShape& array, const char* title)
+{
+    constexpr int64_t bytesPerElement = 100;
+    int64_t bytes = 0;
+    if (__builtin_mul_overflow(array.cols * array.rows, bytesPerElement, &bytes))
+        return -1;
+    return bytes + 10 + (title ? static_cast<int64_t>(std::strlen(title)) : 0);
+}
+
 } // namespace
 
 int32_t I_FormatArrayEx(char* out, const void* array, int32_t elementBytes, int32_t cols, int32_t rows,
@@ -280,30 +321,17 @@ int32_t I_FormatArrayEx(char* out, const void* array, int32_t elementBytes, int3
             errorprintf("FormatArray: zero size array: %d x %d x %d bytes", cols, rows, elementBytes);
         return 0;
     }
-    const std::string_view titleText = title ? title : "";
-    Buffer<char> own;
-    int64_t limit = INT32_MAX;
-    if (!out) {
-        constexpr int64_t bytesPerElement = 100;
-        int64_t bytes = 0;
-        if (__builtin_mul_overflow(int64_t{cols} * rows, bytesPerElement, &bytes))
-            bytes = -1;
-        own = Buffer<char>(bytes < 0 ? -1 : bytes + 10 + static_cast<int64_t>(titleText.size()));
-        if (malloctest(own.data(), "FormatArray"))
-            return 0;
-        limit = own.size() - 1;
-    }
-    if (title && out)
-        *out = '\0';
-    TextWriter text(out ? out : own.data(), limit);
-    if (title) {
-        text.add(titleText);
-        text.add("\r\n");
-    }
     const ArrayShape shape{static_cast<const uint8_t*>(array), elementBytes, cols, rows};
-    writeRows(text, shape, NumberFormat(numberFormat), separator ? separator : "");
-    if (!out)
-        showMessage(own.data());
+    if (out) {
+        if (title)
+            *out = '\0';
+        return write(TextWriter(out), shape, numberFormat, separator, title).length();
+    }
+    Buffer<char> own(describedSize(shape, title));
+    if (malloctest(own.data(), "FormatArray"))
+        return 0;
+    const TextWriter text = write(TextWriter(std::move(own)), shape, numberFormat, separator, title);
+    showMessage(text.get());
     return text.length();
 }
 

@@ -16,8 +16,8 @@ struct Block {
     uintptr_t serial = 0; // what the handle of the slot's block must carry
 };
 
-// A handle is a slot's number and a serial number, never an address: one that is wrong or was freed is found out
-// without being followed.
+// A handle is a slot's number and a serial number, never an address: one that is wrong or was freed is found
+// out without being followed.
 struct State {
     Block* slots = nullptr;
     int64_t count = 0;

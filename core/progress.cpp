@@ -57,8 +57,8 @@ void tell(float done, float total, const char* text, int32_t defaultInterval, in
     if (state.fraction != 1.0F) {
         const int32_t interval = state.interval ? state.interval : defaultInterval;
         const int32_t elapsed = I_PerfMilliSec(stamp);
-        // A negative time is one that no longer fits 32 bits: long ago.
-        if (elapsed >= 0 && elapsed <= interval)
+        constexpr int32_t longAgo = INT32_MIN; // a time that does not fit 32 bits
+        if (elapsed <= interval && elapsed != longAgo)
             return;
     }
     restart(stamp);

@@ -39,7 +39,8 @@ bool before(VexaPoint a, VexaPoint b)
     return a.y != b.y ? a.y < b.y : a.x < b.x;
 }
 
-// Boundaries that coincide cancel each other; what remains are the ends of the areas where exactly one list holds.
+// Boundaries that coincide cancel each other; what remains are the ends of the areas where exactly one list
+// holds.
 int32_t mergeBoundaries(const Boundaries& a, const Boundaries& b, VexaPoint* out)
 {
     int32_t n = 0;

@@ -62,8 +62,8 @@ private:
     const char* at_;
 };
 
-// The points of a ROI text into a slot. When the text ends early the slot keeps its count and type, and its array is a
-// new one all the same.
+// The points of a ROI text into a slot. When the text ends early the slot keeps its count and type, and its
+// array is a new one all the same.
 bool readPoints(Numbers& numbers, int32_t type, int32_t count, int32_t number)
 {
     RoiSlot& slot = roiSlot(number);

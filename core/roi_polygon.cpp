@@ -135,8 +135,8 @@ struct Boundary {
     }
 };
 
-// An edge with more pixels than there is room for: the first and the last pixel on each row of the image and on two
-// rows beyond. The fill keeps no others of an edge, so that the region is the same.
+// An edge with more pixels than there is room for: the first and the last pixel on each row of the image and
+// on two rows beyond. The fill keeps no others of an edge, so that the region is the same.
 void addRowEnds(const LineSteps& line, int32_t rows, Boundary* boundary)
 {
     const LineSteps::Range range = line.stepsWithinRows(-2, int64_t{rows} + 1);
@@ -173,8 +173,9 @@ void addEdges(const VexaPoint* polygon, int32_t n, int32_t cols, int32_t rows, B
     }
 }
 
-// Keeps the pixels for which keep holds. It is given the y of the two pixels before, of the pixel and of the one behind,
-// all as they were before the pass and with the list as a ring, and how many pixels would be left with this one.
+// Keeps the pixels for which keep holds. It is given the y of the two pixels before, of the pixel and of the
+// one behind, all as they were before the pass and with the list as a ring, and how many pixels would be left
+// with this one.
 template <typename Keep>
 void keepIf(Boundary* b, Keep keep)
 {
@@ -210,7 +211,8 @@ void dropMiddles(Boundary* b)
     });
 }
 
-// The second of two pixels on one row goes where the outline goes on in the same direction: one crossing, not two.
+// The second of two pixels on one row goes where the outline goes on in the same direction: one crossing, not
+// two.
 void dropJogs(Boundary* b)
 {
     keepIf(b, [](int64_t beforePrevious, int64_t previous, int64_t y, int64_t next, int32_t) {

@@ -36,11 +36,13 @@ bool roiImageSize(int32_t im, int32_t* cols, int32_t* rows);
 // The list buffer holds at least so many points; what it held is lost when it grows.
 [[nodiscard]] bool growScanList(int64_t points);
 
-// Builds the list of the current region for an image, unless the region is that list. The new length is the result.
+// Builds the list of the current region for an image, unless the region is that list. The new length is the
+// result.
 int32_t buildScanList(int32_t im);
 
-// The runs of a polygon on an image of this size, put into the list. The result is the number of points written, or -1
-// from convexRuns for a polygon that is not monotone in y. The list must hold two points per row.
+// The runs of a polygon on an image of this size, put into the list. The result is the number of points
+// written, or -1 from convexRuns for a polygon that is not monotone in y. The list must hold two points per
+// row.
 int32_t convexRuns(const VexaPoint* polygon, int32_t n, int32_t cols, int32_t rows, const ScanList& list);
 int32_t filledRuns(const VexaPoint* polygon, int32_t n, int32_t cols, int32_t rows, const ScanList& list);
 

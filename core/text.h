@@ -13,7 +13,8 @@
 namespace vexa
 {
 
-// Formats at most limit characters and a terminating zero; gives the length that stands there. A null format is empty.
+// Formats at most limit characters and a terminating zero; gives the length that stands there. A null format
+// is empty.
 inline std::size_t formatBounded(char* text, std::size_t limit, const char* format, va_list arguments)
 {
     text[0] = '\0';
@@ -22,8 +23,8 @@ inline std::size_t formatBounded(char* text, std::size_t limit, const char* form
     return std::strlen(text);
 }
 
-// Copies a finished text as a formatter without arguments would: "%%" becomes "%", every other conversion stands as it
-// is. So a text from outside never reaches a formatter.
+// Copies a finished text as a formatter without arguments would: "%%" becomes "%", every other conversion
+// stands as it is. So a text from outside never reaches a formatter.
 inline void readAsFormat(char* text, std::size_t limit, const char* format)
 {
     std::size_t length = 0;
@@ -68,8 +69,8 @@ private:
     char text_[Limit + 1] = {};
 };
 
-// A text kept for later readers. Its block only grows, so that telling texts of the usual length never allocates
-// after the first. It is kept for the life of the process.
+// A text kept for later readers. Its block only grows, so that telling texts of the usual length never
+// allocates after the first. It is kept for the life of the process.
 class KeptText
 {
 public:

@@ -91,7 +91,7 @@ int32_t MemTest(int32_t* drift)
         if (state.firstBlock == 0)
             state.firstBlock = address;
         if (drift)
-            *drift = static_cast<int32_t>(static_cast<uint32_t>(address - state.firstBlock));
+            *drift = block ? static_cast<int32_t>(static_cast<uint32_t>(address - state.firstBlock)) : 0;
     }
     I_PerfStart(nullptr);
     return I_PerfCycles(nullptr);

@@ -7,7 +7,8 @@
 namespace vexa
 {
 
-// What I_CursorUp hands out. Behind it stand the saved pixels of the horizontal stroke and those of the vertical one.
+// What I_CursorUp hands out. Behind it stand the saved pixels of the horizontal stroke and those of the
+// vertical one.
 struct CursorSave {
     int32_t acrossLength; // of the horizontal stroke, in pixels
     int32_t downLength;   // of the vertical stroke

@@ -19,9 +19,10 @@ struct LineEnd {
 // Limits the line to the image. True: a part of it is left. Image 0 limits nothing.
 bool clipLineToImage(int32_t im, LineEnd* start, LineEnd* end);
 
-// Calls visit(x, y, exactX, exactY) for each pixel of a line from start to end, both ends included: the integer
-// coordinates, and the same with the fraction of the coordinate across the line (in units of 1/2048, the half that
-// rounds included). The line is limited to the image first, if there is one. The result is the number of visits.
+// Calls visit(x, y, exactX, exactY) for each pixel of a line from start to end, both ends included: the
+// integer coordinates, and the same with the fraction of the coordinate across the line (in units of 1/2048,
+// the half that rounds included). The line is limited to the image first, if there is one. The result is the
+// number of visits.
 template <typename Visit>
 int32_t walkLine(int32_t im, LineEnd start, LineEnd end, Visit visit)
 {

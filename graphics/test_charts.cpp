@@ -52,8 +52,8 @@ void paint(const Area& area, const VexaBox& box, const char* tag, Value value)
     }
 }
 
-// Rows 20 to 29 of each 30 mix black with twice the grey, so that at the right gamma they look like the plain ramp:
-// in stripes of columns, and in the next 30 in stripes of rows.
+// Rows 20 to 29 of each 30 mix black with twice the grey, so that at the right gamma they look like the plain
+// ramp: in stripes of columns, and in the next 30 in stripes of rows.
 int64_t mixedGrey(int64_t ramp, int64_t column, int64_t row)
 {
     if (row % 60 < 30)

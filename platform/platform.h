@@ -1,5 +1,5 @@
-// What the operating system gives, in the library's own words. Each function is the one that the application put in
-// place with vexaSetPlatform, or else the system's own.
+// What the operating system gives, in the library's own words. Each function is the one that the application
+// put in place with vexaSetPlatform, or else the system's own.
 #ifndef VEXA_PLATFORM_PLATFORM_H
 #define VEXA_PLATFORM_PLATFORM_H
 
@@ -16,7 +16,8 @@ int32_t messageBox(const char* text, const char* caption, int32_t buttons, int32
 
 // Replaces what the clipboard holds by a copy of the data; 0 if the clipboard cannot be had.
 int32_t storeClipboard(int32_t format, const void* data, std::size_t bytes);
-// Copies at most capacity bytes of what the clipboard holds in a format; gives all the bytes it holds, 0 for none.
+// Copies at most capacity bytes of what the clipboard holds in a format; gives all the bytes it holds, 0 for
+// none.
 std::size_t fetchClipboard(int32_t format, void* buffer, std::size_t capacity);
 
 // The record whose five functions for movable memory serve; null where the library's own blocks do.

@@ -1,5 +1,5 @@
-// What a system's folder defines: its own functions, in the order of the public record. An entry that a system cannot
-// give is null.
+// What a system's folder defines: its own functions, in the order of the public record. An entry that a
+// system cannot give is null.
 #ifndef VEXA_PLATFORM_SYSTEM_H
 #define VEXA_PLATFORM_SYSTEM_H
 

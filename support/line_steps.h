@@ -11,8 +11,8 @@
 namespace vexa
 {
 
-// Step k of count() is the pixel (x(k), y(k)); both ends are steps. Each step costs a multiplication and can be had
-// without the ones before it. Ends outside the range of int32_t count as the nearest number in it.
+// Step k of count() is the pixel (x(k), y(k)); both ends are steps. Each step costs a multiplication and can
+// be had without the ones before it. Ends outside the range of int32_t count as the nearest number in it.
 class LineSteps
 {
 public:

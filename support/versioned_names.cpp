@@ -9,17 +9,17 @@ double vexa_erf(double x);
 double vexa_erfc(double x);
 int32_t vexa_vdprintf(const char* format, va_list arguments);
 
-__attribute__((visibility("default"))) double vexaVersionedErf(double x)
+__attribute__((visibility("default"))) double versionedErf(double x)
 {
     return vexa_erf(x);
 }
 
-__attribute__((visibility("default"))) double vexaVersionedErfc(double x)
+__attribute__((visibility("default"))) double versionedErfc(double x)
 {
     return vexa_erfc(x);
 }
 
-__attribute__((visibility("default"), format(printf, 1, 2))) int32_t vexaVersionedDprintf(const char* format, ...)
+__attribute__((visibility("default"), format(printf, 1, 2))) int32_t versionedDprintf(const char* format, ...)
 {
     va_list arguments;
     va_start(arguments, format);
@@ -30,6 +30,6 @@ __attribute__((visibility("default"), format(printf, 1, 2))) int32_t vexaVersion
 
 } // extern "C"
 
-__asm__(".symver vexaVersionedErf, erf@VEXALIB_1");
-__asm__(".symver vexaVersionedErfc, erfc@VEXALIB_1");
-__asm__(".symver vexaVersionedDprintf, dprintf@VEXALIB_1");
+__asm__(".symver versionedErf, erf@VEXALIB_1");
+__asm__(".symver versionedErfc, erfc@VEXALIB_1");
+__asm__(".symver versionedDprintf, dprintf@VEXALIB_1");

@@ -8,7 +8,8 @@ namespace vexa::platform::posix
 namespace
 {
 
-// Where there is a desktop, this memory is the system's and not the library's; hence no block of the library's own.
+// Where there is a desktop, this memory is the system's and not the library's; hence no block of the
+// library's own.
 struct Clipboard {
     void* data = nullptr;
     std::size_t bytes = 0;

@@ -1,4 +1,5 @@
-// Settings files of sections and keys: "[section]" lines, each followed by its "key=text" lines; case does not count.
+// Settings files of sections and keys: "[section]" lines, each followed by its "key=text" lines; case does
+// not count.
 #include <strings.h>
 
 #include <cstdio>

@@ -75,7 +75,8 @@ int64_t counterFrequency()
 
 int64_t availableMemory()
 {
-    // The kernel's own estimate counts what its caches would give back; free pages alone would be far too few.
+    // The kernel's own estimate counts what its caches would give back; free pages alone would be far too
+    // few.
     if (std::FILE* file = std::fopen("/proc/meminfo", "r")) {
         char line[128];
         long long kibibytes = -1;
