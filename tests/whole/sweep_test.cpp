@@ -14,9 +14,9 @@ constexpr int32_t kDraws = 400;
 
 void discard(const char*, int32_t) {}
 
-int32_t answerDefault(const char*, const char*, int32_t)
+int32_t answerDefault(const char*, const char*, int32_t, int32_t defaultAnswer)
 {
-    return 1;
+    return defaultAnswer;
 }
 
 std::vector<std::string> sweptNames()
@@ -108,6 +108,7 @@ TEST(SweepTable, NamesEveryExportedFunction)
 Stage::Stage()
 {
     VexaPlatform platform = {};
+    platform.size = sizeof platform;
     platform.messageBox = answerDefault;
     vexaSetPlatform(&platform);
     I_SetErrorHandlerCallback(discard);
