@@ -5,7 +5,7 @@
 // An allocation that the machine cannot give is an answer here, not an end.
 extern "C" const char* __asan_default_options()
 {
-    return "allocator_may_return_null=1:max_allocation_size_mb=16384";
+    return "allocator_may_return_null=1:max_allocation_size_mb=1024";
 }
 #endif
 

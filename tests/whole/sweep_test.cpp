@@ -36,7 +36,7 @@ class Sweep : public testing::TestWithParam<std::string>
 {
 };
 INSTANTIATE_TEST_SUITE_P(EveryFunction, Sweep, testing::ValuesIn(sweptNames()),
-                         [](const auto& info) { return info.param; });
+                         [](const auto& swept) { return swept.param; });
 
 TEST_P(Sweep, AnswersAnyArguments)
 {
@@ -97,8 +97,7 @@ TEST(SweepTable, NamesEveryExportedFunction)
         listed.insert(line.substr(line.rfind('\t') + 1));
     int32_t count = 0;
     for (std::string name; std::getline(exported, name); ++count) {
-        if (listed.count(name))
-            EXPECT_TRUE(present.count(name)) << name << " is exported and not swept";
+        EXPECT_TRUE(!listed.count(name) || present.count(name)) << name << " is exported and not swept";
     }
     EXPECT_GT(count, 300);
 }
