@@ -12,11 +12,11 @@
 #include "tests/support/test_failures.h"
 #include "tests/support/test_images.h"
 
-bool operator==(const VexaPoint& a, const VexaPoint& b)
+inline bool operator==(const VexaPoint& a, const VexaPoint& b)
 {
     return a.x == b.x && a.y == b.y;
 }
-std::ostream& operator<<(std::ostream& out, const VexaPoint& p)
+inline std::ostream& operator<<(std::ostream& out, const VexaPoint& p)
 {
     return out << p.x << "," << p.y;
 }
@@ -571,6 +571,24 @@ TEST_F(LiteralRoi, I_ROISizeOfRectangles)
     EXPECT_EQ(12.0, area);
     EXPECT_EQ(&perimeter, I_ROISize(im, nullptr, &perimeter, 1.0, 1.0));
     EXPECT_EQ(14.0, perimeter);
+    closeImages({im});
+}
+
+TEST_F(LiteralRoi, I_ROISizeOfOtherShapes)
+{
+    const int32_t im = byteImage(40, 40);
+    I_SetGraphicsFrame(im);
+    setPolygon({{5, 5}, {8, 5}, {8, 9}, {5, 9}});
+    double area = 0.0;
+    double perimeter = 0.0;
+    EXPECT_EQ(&perimeter, I_ROISize(0, &area, &perimeter, 2.0, 3.0));
+    EXPECT_EQ(4 * 5 * 6.0, area);
+    EXPECT_DOUBLE_EQ(2 * (3 * 2.0 + 4 * 3.0), perimeter);
+    const Points runs = {{1, 1}, {4, 1}, {1, 4}, {1, 4}};
+    ASSERT_EQ(1, I_SetScanlistROI(runs.data(), 4));
+    I_ROISize(0, &area, &perimeter, 1.0, 1.0);
+    EXPECT_EQ(5.0, area);
+    EXPECT_DOUBLE_EQ(3.0 + std::sqrt(18.0) + 0.0 + 3.0, perimeter);
     closeImages({im});
 }
 
