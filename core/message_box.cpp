@@ -4,6 +4,7 @@
 #include "platform/platform.h"
 #include "vexalib/status.h"
 
+// What the library exports as `dprintf` calls it too.
 extern "C" int32_t vexa_vdprintf(const char* format, va_list arguments);
 
 namespace vexa

@@ -41,8 +41,6 @@ template <std::size_t Limit>
 class FixedText
 {
 public:
-    static constexpr std::size_t kLimit = Limit;
-
     const char* get() const { return text_; }
     std::size_t length() const { return std::strlen(text_); }
     bool empty() const { return text_[0] == '\0'; }

@@ -119,8 +119,8 @@ typedef struct VexaPlatform {
     /// are comments.
     size_t (*readProfile)(const char* file, const char* section, const char* key, const char* fallback,
                           char* buffer, size_t size);
-    /// Writes or replaces the text of a key, and adds file and section where they are missing; a null text
-    /// removes the key. All other lines stay as they are.
+    /// Writes or replaces the text of a key, and adds file and section where they are missing. The text
+    /// ends at its first line end; a null text removes the key. All other lines stay as they are.
     /// @return 1, or 0 if the file cannot be written
     int32_t (*writeProfile)(const char* file, const char* section, const char* key, const char* text);
 

@@ -2,6 +2,7 @@
 // not count.
 #include <strings.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <new>
@@ -30,17 +31,18 @@ bool sameName(std::string_view a, std::string_view b)
     return a.size() == b.size() && strncasecmp(a.data(), b.data(), a.size()) == 0;
 }
 
-// False where there is no such file.
+// A file that is not there has an empty text; false for one that cannot be read.
 bool load(const char* name, std::string& text)
 {
     std::FILE* file = std::fopen(name, "rb");
     if (!file)
-        return false;
+        return errno == ENOENT;
     char chunk[4096];
     while (const std::size_t bytes = std::fread(chunk, 1, sizeof chunk, file))
         text.append(chunk, bytes);
+    const bool complete = std::ferror(file) == 0;
     std::fclose(file);
-    return true;
+    return complete;
 }
 
 // A settings file is never left half written: the new text takes the old one's place when it is complete.
@@ -57,12 +59,11 @@ bool save(const char* name, const std::string& text)
     return false;
 }
 
-// Where a key stands in the text, or where it would go.
+// Where a key's line stands in the text, or where a new one goes: behind the section's last line.
 struct Place {
     bool sectionFound = false;
     bool keyFound = false;
-    std::size_t lineStart =
-        0;                   // of the key's line; of the place for a new one, behind the section's last line
+    std::size_t lineStart = 0;
     std::size_t lineEnd = 0; // behind the line's end mark
     std::string_view value;
 };
@@ -110,7 +111,8 @@ std::string_view unquoted(std::string_view value)
 std::size_t copyOut(std::string_view value, char* buffer, std::size_t size)
 {
     const std::size_t length = value.size() < size ? value.size() : size - 1;
-    std::memmove(buffer, value.data(), length); // the fallback may be the buffer's own text
+    if (length > 0)
+        std::memmove(buffer, value.data(), length); // the fallback may be the buffer's own text
     buffer[length] = '\0';
     return length;
 }
@@ -141,7 +143,8 @@ int32_t writeProfile(const char* file, const char* section, const char* key, con
         return 0;
     try {
         std::string all;
-        load(file, all);
+        if (!load(file, all))
+            return 0;
         const char* mark = all.find("\r\n") != std::string::npos ? "\r\n" : "\n";
         const Place place = find(all, trimmed(section), trimmed(key));
         if (!text && !place.keyFound)
@@ -150,7 +153,7 @@ int32_t writeProfile(const char* file, const char* section, const char* key, con
         if (!place.sectionFound)
             line.append("[").append(trimmed(section)).append("]").append(mark);
         if (text)
-            line.append(trimmed(key)).append("=").append(text).append(mark);
+            line.append(trimmed(key)).append("=").append(text, std::strcspn(text, "\r\n")).append(mark);
         if (place.lineStart > 0 && all[place.lineStart - 1] != '\n')
             line.insert(0, mark);
         all.replace(place.lineStart, place.lineEnd - place.lineStart, line);

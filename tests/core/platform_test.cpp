@@ -563,6 +563,9 @@ TEST(FailuresPlatform, ProfilesThatCannotBeWritten)
     EXPECT_EQ(0, platform::writeProfile(file.name(), nullptr, "k", "1"));
     EXPECT_EQ(0, platform::writeProfile(file.name(), "S", nullptr, "1"));
     EXPECT_EQ("[S]\nk=1\n", file.text());
+    EXPECT_EQ(0, platform::writeProfile(testing::TempDir().c_str(), "S", "k", "1")) << "a folder is no file";
+    EXPECT_EQ(1, platform::writeProfile(file.name(), "S", "k", "2\n[T]\nx=1"));
+    EXPECT_EQ("[S]\nk=2\n", file.text()) << "one line is one key";
 }
 
 } // namespace
