@@ -34,6 +34,12 @@ inline constexpr PixelTypeFacts kPixelTypes[] = {
 constexpr bool isColorType(int32_t type) { return type >= PIX_PALETTE; }
 constexpr bool isFloatType(int32_t type) { return type >= PIX_FLOAT && type <= 11; }
 
+// A pixel of PIX_COMPLEX.
+struct ComplexPixel {
+    float re;
+    float im;
+};
+
 // The C++ type of a pixel, its code, and the type that arithmetic on it is done in.
 template <typename Pixel>
 inline constexpr int32_t kPixelType = 0;
@@ -47,6 +53,8 @@ template <>
 inline constexpr int32_t kPixelType<float> = PIX_FLOAT;
 template <>
 inline constexpr int32_t kPixelType<double> = PIX_DFLOAT;
+template <>
+inline constexpr int32_t kPixelType<ComplexPixel> = PIX_COMPLEX;
 
 template <typename Pixel>
 using Wide = std::conditional_t<std::is_floating_point_v<Pixel>, Pixel, int32_t>;
