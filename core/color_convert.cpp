@@ -18,6 +18,8 @@ namespace vexa
 namespace
 {
 
+constexpr int32_t kThird = 21846; // of 65536, exact enough for sums of three bytes
+
 struct ColorRows {
     void (*takeByte[2])(const void* packed, uint8_t* plane, int32_t n, int32_t at); // of 3 and 4 bytes
     void (*putByte[2])(const uint8_t* plane, void* packed, int32_t n, int32_t at);

@@ -31,8 +31,8 @@ inline void wordToByte(const void* source, void* dest, int32_t n, const ScaleRec
     const int32_t low = scale.low;
     if (shift <= 8) { // the byte that is kept comes from the low 16 bits of the difference
         const auto low16 = static_cast<uint16_t>(low);
-        convertRow<uint16_t, uint8_t>(source, dest, n,
-                                      [=](uint16_t x) { return static_cast<uint16_t>(x - low16) >> shift; });
+        convertLongRow<uint16_t, uint8_t>(
+            source, dest, n, [=](uint16_t x) { return static_cast<uint16_t>(x - low16) >> shift; });
     } else {
         convertRow<int16_t, uint8_t>(source, dest, n,
                                      [=](int16_t x) { return wrapSubtract(x, low) >> shift; });
@@ -46,15 +46,82 @@ inline void dwordToByte(const void* source, void* dest, int32_t n, const ScaleRe
     convertRow<int32_t, uint8_t>(source, dest, n, [=](int32_t x) { return wrapSubtract(x, low) >> shift; });
 }
 
+// floatToByte for as many whole vectors as there are: gives the number of pixels done. Prefetching across the page that
+// the processor's own prefetcher stops at is worth a quarter of the time on a large image.
+#if VEXA_LEVEL == 3
+inline int32_t floatVectorsToByte(const uint8_t* source, uint8_t* dest, int32_t n, double offset, double gain)
+{
+    const __m512d offsets = _mm512_set1_pd(offset);
+    const __m512d gains = _mm512_set1_pd(gain);
+    const __m512d half = _mm512_set1_pd(0.5);
+    const __m512d top = _mm512_set1_pd(255.0);
+    // What is no number passes the minimum as it is, and becomes the most negative integer, and so 0.
+    const auto eight = [&](const uint8_t* floats) {
+        const __m512d x = _mm512_cvtps_pd(
+            _mm256_castsi256_ps(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(floats))));
+        const __m512d scaled = _mm512_add_pd(_mm512_mul_pd(_mm512_sub_pd(x, offsets), gains), half);
+        return _mm512_cvttpd_epi32(_mm512_min_pd(top, scaled));
+    };
+    const __m512i order = _mm512_setr_epi32(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15);
+    int32_t i = 0;
+    for (; i <= n - 64; i += 64) {
+        const uint8_t* in = source + int64_t{i} * 4;
+        __m512i sixteen[4];
+        for (int32_t k = 0; k < 4; ++k, in += 64) {
+            _mm_prefetch(reinterpret_cast<const char*>(in + kPrefetchBytes), _MM_HINT_T0);
+            sixteen[k] = _mm512_inserti64x4(_mm512_castsi256_si512(eight(in)), eight(in + 32), 1);
+        }
+        const __m512i packed = _mm512_packus_epi16(_mm512_packs_epi32(sixteen[0], sixteen[1]),
+                                                   _mm512_packs_epi32(sixteen[2], sixteen[3]));
+        _mm512_storeu_si512(dest + i, _mm512_permutexvar_epi32(order, packed));
+    }
+    return i;
+}
+#elif VEXA_LEVEL == 2
+inline int32_t floatVectorsToByte(const uint8_t* source, uint8_t* dest, int32_t n, double offset, double gain)
+{
+    const __m256d offsets = _mm256_set1_pd(offset);
+    const __m256d gains = _mm256_set1_pd(gain);
+    const __m256d half = _mm256_set1_pd(0.5);
+    const __m256d top = _mm256_set1_pd(255.0);
+    const auto four = [&](const uint8_t* floats) {
+        const __m256d x =
+            _mm256_cvtps_pd(_mm_castsi128_ps(_mm_loadu_si128(reinterpret_cast<const __m128i*>(floats))));
+        const __m256d scaled = _mm256_add_pd(_mm256_mul_pd(_mm256_sub_pd(x, offsets), gains), half);
+        return _mm256_cvttpd_epi32(_mm256_min_pd(top, scaled));
+    };
+    const __m256i order = _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7);
+    int32_t i = 0;
+    for (; i <= n - 32; i += 32) {
+        const uint8_t* in = source + int64_t{i} * 4;
+        __m256i eight[4];
+        for (int32_t k = 0; k < 4; ++k, in += 32) {
+            _mm_prefetch(reinterpret_cast<const char*>(in + kPrefetchBytes), _MM_HINT_T0);
+            eight[k] = _mm256_inserti128_si256(_mm256_castsi128_si256(four(in)), four(in + 16), 1);
+        }
+        const __m256i packed = _mm256_packus_epi16(_mm256_packs_epi32(eight[0], eight[1]),
+                                                   _mm256_packs_epi32(eight[2], eight[3]));
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(dest + i), _mm256_permutevar8x32_epi32(packed, order));
+    }
+    return i;
+}
+#else
+inline int32_t floatVectorsToByte(const uint8_t*, uint8_t*, int32_t, double, double)
+{
+    return 0;
+}
+#endif
+
 inline void floatToByte(const void* source, void* dest, int32_t n, const ScaleRecord& scale)
 {
     const double offset = scale.offset;
     const double gain = scale.gain;
-    if (gain == 1.0 && offset == 0.0)
-        convertRow<float, uint8_t>(source, dest, n, [](float x) { return clampToByte(double{x} + 0.5); });
-    else
-        convertRow<float, uint8_t>(source, dest, n,
-                                   [=](float x) { return clampToByte((x - offset) * gain + 0.5); });
+    const auto* in = static_cast<const uint8_t*>(source);
+    auto* out = static_cast<uint8_t*>(dest);
+    const int32_t done =
+        in == out || lieApart(in, int64_t{n} * 4, out, n) ? floatVectorsToByte(in, out, n, offset, gain) : 0;
+    convertRow<float, uint8_t>(in + int64_t{done} * 4, out + done, n - done,
+                               [=](float x) { return clampToByte((x - offset) * gain + 0.5); });
 }
 
 inline void doubleToByte(const void* source, void* dest, int32_t n, const ScaleRecord& scale)
@@ -106,7 +173,7 @@ inline void doubleToFloat(const void* source, void* dest, int32_t n, const Scale
 template <typename From>
 inline void numberToFloat(const void* source, void* dest, int32_t n, const ScaleRecord&)
 {
-    convertRow<From, float>(source, dest, n, [](From x) { return static_cast<float>(x); });
+    convertLongRow<From, float>(source, dest, n, [](From x) { return static_cast<float>(x); });
 }
 
 template <int32_t ComplexMode>

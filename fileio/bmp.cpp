@@ -22,7 +22,6 @@ namespace
 
 constexpr int32_t kFileHeaderBytes = 14;
 constexpr int32_t kHeadersBytes = kFileHeaderBytes + static_cast<int32_t>(sizeof(BitmapInfoHeader));
-constexpr int32_t kInvertedParam = 19;
 constexpr int64_t kChunkBytes = 256 * 1024; // stays in the second cache between the read and the rows
 
 struct State {

@@ -2,7 +2,16 @@
 // pragmas. A rows file opens `namespace vexa::VEXA_TARGET` and has no include guard; VEXA_LEVEL tells it where it is
 // (0 base, 2 avx2, 3 avx512). Every standard header must have been included before the first rows file.
 
+// g++ 12 takes the undefined operand in its own header for a mistake.
+#if defined(__GNUC__) && !defined(__clang__)
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#pragma GCC diagnostic ignored "-Wuninitialized"
 #include <immintrin.h>
+#pragma GCC diagnostic pop
+#else
+#include <immintrin.h>
+#endif
 
 #include "support/instruction_set.h"
 
