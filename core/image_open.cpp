@@ -1,6 +1,7 @@
 #include "vexalib/image.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdio>
 #include <limits>
 
@@ -168,27 +169,29 @@ bool completeRecord(ImageRecord& record, int32_t kind, int32_t type)
     return false;
 }
 
-int32_t openImage(OpenRequest request, int32_t a = 0, int32_t b = 0)
+// True if rows at that distance can be given memory of the application's.
+bool addressable(int64_t stride, int64_t rows)
 {
-    createImageTable();
-    request.cols = std::max(request.cols, 1);
-    request.rows = std::max(request.rows, 1);
-    const int64_t stride = chooseStride(request);
-    const bool strideLost = request.pixels && stride > std::numeric_limits<int32_t>::max();
-    if (request.bytes < 1 || request.bytes > 16 || strideLost) {
-        I_SetError(12, "I_ImOpenSpecial(%d, %d, %d %d, %x %x)", request.cols, request.rows, request.bytes,
-                   request.type, static_cast<uint32_t>(a), static_cast<uint32_t>(b));
-        return 0;
-    }
-    const int32_t slot = firstFreeImageSlot();
-    if (slot >= kFullImageSlots) {
-        I_SetError(21, "");
-        return 0;
-    }
+    return stride <= std::numeric_limits<int32_t>::max() &&
+           stride * rows <= std::numeric_limits<std::ptrdiff_t>::max();
+}
+
+// A zeroed record in a slot; null without memory, reported under the tag.
+ImageRecord* placeRecord(int32_t slot, const char* tag)
+{
     auto* const record = static_cast<ImageRecord*>(allocateBlock(1, sizeof(ImageRecord)));
-    if (malloctest(record, "I_ImOpenSpecial()"))
-        return 0;
+    if (malloctest(record, "%s", tag))
+        return nullptr;
     imageSlots()[static_cast<std::size_t>(slot)] = record;
+    return record;
+}
+
+// The described order of an open from the choice of a slot on. Gives the number, or 0.
+int32_t openInSlot(int32_t slot, const OpenRequest& request, int64_t stride)
+{
+    ImageRecord* const record = placeRecord(slot, "I_ImOpenSpecial()");
+    if (!record)
+        return 0;
     record->bytes = request.bytes;
     record->cols = request.cols;
     record->rows = request.rows;
@@ -204,6 +207,25 @@ int32_t openImage(OpenRequest request, int32_t a = 0, int32_t b = 0)
     if (state.autoClear && !request.pixels && !request.file)
         I_ImClearBlockType(0, 0, -1, -1, nullptr, -slot, 0);
     return -slot;
+}
+
+int32_t openImage(OpenRequest request, int32_t a = 0, int32_t b = 0)
+{
+    createImageTable();
+    request.cols = std::max(request.cols, 1);
+    request.rows = std::max(request.rows, 1);
+    const int64_t stride = chooseStride(request);
+    if (request.bytes < 1 || request.bytes > 16 || (request.pixels && !addressable(stride, request.rows))) {
+        I_SetError(12, "I_ImOpenSpecial(%d, %d, %d %d, %x %x)", request.cols, request.rows, request.bytes,
+                   request.type, static_cast<uint32_t>(a), static_cast<uint32_t>(b));
+        return 0;
+    }
+    const int32_t slot = firstFreeImageSlot();
+    if (slot >= kFullImageSlots) {
+        I_SetError(21, "");
+        return 0;
+    }
+    return openInSlot(slot, request, stride);
 }
 
 // Where a window starts and ends in its parent's bytes.
@@ -328,14 +350,13 @@ int32_t I_ImOpenSubimage(int32_t x, int32_t y, int32_t cols, int32_t rows, int32
         I_SetError(21, "");
         return 0;
     }
-    auto* const record = static_cast<ImageRecord*>(allocateBlock(1, sizeof(ImageRecord)));
-    if (malloctest(record, "I_ImOpenSubimage()"))
+    ImageRecord* const record = placeRecord(slot, "I_ImOpenSubimage()");
+    if (!record)
         return 0;
     makeWindow(*record, *from, span.start);
     record->cols = saturateToInt32(width);
     record->rows = saturateToInt32(height);
     record->parent = parent;
-    imageSlots()[static_cast<std::size_t>(slot)] = record;
     ++from->subimageCount;
     if (from->comment)
         commentWindow(-slot, parent, from->comment, x, y);
