@@ -12,6 +12,9 @@ inline uint8_t larger(uint8_t a, uint8_t b)
     return a > b ? a : b;
 }
 
+// No stretch of bytes is longer: its 32-bit sums hold 255 per byte, and 4 squares per 32 bytes in each lane.
+inline constexpr int32_t kMostBytes = 1 << 18;
+
 // The plain forms: they define the result and finish what the vectors leave over.
 inline void addPlainBytes(const uint8_t* bytes, int32_t n, ByteSums& sums)
 {
@@ -21,7 +24,7 @@ inline void addPlainBytes(const uint8_t* bytes, int32_t n, ByteSums& sums)
     uint8_t high = sums.high;
     for (int32_t i = 0; i < n; ++i) {
         const uint32_t value = bytes[i];
-        sum += value; // a row is at most 2^31 bytes, but no longer than kMostBytes here
+        sum += value;
         squares += value * value;
         low = smaller(low, bytes[i]);
         high = larger(high, bytes[i]);
@@ -47,201 +50,97 @@ inline void addPlainDifferences(const uint8_t* a, const uint8_t* b, int32_t n, D
 #if VEXA_LEVEL >= 2
 
 #if VEXA_LEVEL == 3
-using Vector = __m512i;
-inline Vector load(const uint8_t* p)
-{
-    return _mm512_loadu_si512(p);
-}
-inline void save(void* p, Vector v)
-{
-    _mm512_storeu_si512(p, v);
-}
-inline Vector zeros()
-{
-    return _mm512_setzero_si512();
-}
-inline Vector all(uint8_t v)
-{
-    return _mm512_set1_epi8(static_cast<char>(v));
-}
-inline Vector lowest(Vector a, Vector b)
-{
-    return _mm512_min_epu8(a, b);
-}
-inline Vector highest(Vector a, Vector b)
-{
-    return _mm512_max_epu8(a, b);
-}
-inline Vector minus(Vector a, Vector b)
-{
-    return _mm512_sub_epi8(a, b);
-}
-inline Vector add32(Vector a, Vector b)
-{
-    return _mm512_add_epi32(a, b);
-}
-inline Vector add64(Vector a, Vector b)
-{
-    return _mm512_add_epi64(a, b);
-}
-inline Vector subtract64(Vector a, Vector b)
-{
-    return _mm512_sub_epi64(a, b);
-}
-inline Vector sumOfBytes(Vector a)
-{
-    return _mm512_sad_epu8(a, zeros());
-}
-inline Vector lowWords(Vector a)
-{
-    return _mm512_unpacklo_epi8(a, zeros());
-}
-inline Vector highWords(Vector a)
-{
-    return _mm512_unpackhi_epi8(a, zeros());
-}
-inline Vector squarePairs(Vector a)
-{
-    return _mm512_madd_epi16(a, a);
-}
+struct Vector {
+    using Raw = __m512i;
+    static Raw load(const uint8_t* p) { return _mm512_loadu_si512(p); }
+    static void save(void* p, Raw v) { _mm512_storeu_si512(p, v); }
+    static Raw zeros() { return _mm512_setzero_si512(); }
+    static Raw all(uint8_t v) { return _mm512_set1_epi8(static_cast<char>(v)); }
+    static Raw low(Raw a, Raw b) { return _mm512_min_epu8(a, b); }
+    static Raw high(Raw a, Raw b) { return _mm512_max_epu8(a, b); }
+    static Raw minus(Raw a, Raw b) { return _mm512_sub_epi8(a, b); }
+    static Raw add32(Raw a, Raw b) { return _mm512_add_epi32(a, b); }
+    static Raw add64(Raw a, Raw b) { return _mm512_add_epi64(a, b); }
+    static Raw minus64(Raw a, Raw b) { return _mm512_sub_epi64(a, b); }
+    static Raw sums(Raw a) { return _mm512_sad_epu8(a, zeros()); }
+    static Raw lowWords(Raw a) { return _mm512_unpacklo_epi8(a, zeros()); }
+    static Raw highWords(Raw a) { return _mm512_unpackhi_epi8(a, zeros()); }
+    static Raw squarePairs(Raw a) { return _mm512_madd_epi16(a, a); }
+};
 #else
-using Vector = __m256i;
-inline Vector load(const uint8_t* p)
-{
-    return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p));
-}
-inline void save(void* p, Vector v)
-{
-    _mm256_storeu_si256(static_cast<__m256i*>(p), v);
-}
-inline Vector zeros()
-{
-    return _mm256_setzero_si256();
-}
-inline Vector all(uint8_t v)
-{
-    return _mm256_set1_epi8(static_cast<char>(v));
-}
-inline Vector lowest(Vector a, Vector b)
-{
-    return _mm256_min_epu8(a, b);
-}
-inline Vector highest(Vector a, Vector b)
-{
-    return _mm256_max_epu8(a, b);
-}
-inline Vector minus(Vector a, Vector b)
-{
-    return _mm256_sub_epi8(a, b);
-}
-inline Vector add32(Vector a, Vector b)
-{
-    return _mm256_add_epi32(a, b);
-}
-inline Vector add64(Vector a, Vector b)
-{
-    return _mm256_add_epi64(a, b);
-}
-inline Vector subtract64(Vector a, Vector b)
-{
-    return _mm256_sub_epi64(a, b);
-}
-inline Vector sumOfBytes(Vector a)
-{
-    return _mm256_sad_epu8(a, zeros());
-}
-inline Vector lowWords(Vector a)
-{
-    return _mm256_unpacklo_epi8(a, zeros());
-}
-inline Vector highWords(Vector a)
-{
-    return _mm256_unpackhi_epi8(a, zeros());
-}
-inline Vector squarePairs(Vector a)
-{
-    return _mm256_madd_epi16(a, a);
-}
+struct Vector {
+    using Raw = __m256i;
+    static Raw load(const uint8_t* p) { return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p)); }
+    static void save(void* p, Raw v) { _mm256_storeu_si256(static_cast<__m256i*>(p), v); }
+    static Raw zeros() { return _mm256_setzero_si256(); }
+    static Raw all(uint8_t v) { return _mm256_set1_epi8(static_cast<char>(v)); }
+    static Raw low(Raw a, Raw b) { return _mm256_min_epu8(a, b); }
+    static Raw high(Raw a, Raw b) { return _mm256_max_epu8(a, b); }
+    static Raw minus(Raw a, Raw b) { return _mm256_sub_epi8(a, b); }
+    static Raw add32(Raw a, Raw b) { return _mm256_add_epi32(a, b); }
+    static Raw add64(Raw a, Raw b) { return _mm256_add_epi64(a, b); }
+    static Raw minus64(Raw a, Raw b) { return _mm256_sub_epi64(a, b); }
+    static Raw sums(Raw a) { return _mm256_sad_epu8(a, zeros()); }
+    static Raw lowWords(Raw a) { return _mm256_unpacklo_epi8(a, zeros()); }
+    static Raw highWords(Raw a) { return _mm256_unpackhi_epi8(a, zeros()); }
+    static Raw squarePairs(Raw a) { return _mm256_madd_epi16(a, a); }
+};
 #endif
 
-inline constexpr int32_t kWidth = sizeof(Vector);
+inline constexpr int32_t kWidth = sizeof(Vector::Raw);
 
-template <typename Lane>
-Lane totalOf(Vector v)
+// Folds the lanes of a vector into one value.
+template <typename Lane, typename Value, typename Function>
+Value fold(Vector::Raw v, Value value, Function function)
 {
-    Lane lanes[sizeof(Vector) / sizeof(Lane)];
-    save(lanes, v);
-    Lane total = 0;
+    Lane lanes[sizeof v / sizeof(Lane)];
+    Vector::save(lanes, v);
     for (const Lane lane : lanes)
-        total = static_cast<Lane>(total + lane);
-    return total;
+        value = function(value, lane);
+    return value;
 }
-inline uint8_t lowestOf(Vector v)
+template <typename Lane>
+uint64_t totalOf(Vector::Raw v)
 {
-    uint8_t lanes[sizeof(Vector)];
-    save(lanes, v);
-    uint8_t low = 255;
-    for (const uint8_t lane : lanes)
-        low = smaller(low, lane);
-    return low;
-}
-inline uint8_t highestOf(Vector v)
-{
-    uint8_t lanes[sizeof(Vector)];
-    save(lanes, v);
-    uint8_t high = 0;
-    for (const uint8_t lane : lanes)
-        high = larger(high, lane);
-    return high;
+    return fold<Lane>(v, uint64_t{0}, [](uint64_t total, Lane lane) { return total + lane; });
 }
 
-// Widens 32-bit lanes, taken as unsigned, into one sum.
-inline uint64_t totalOfWords(Vector v)
-{
-    uint32_t lanes[sizeof(Vector) / sizeof(uint32_t)];
-    save(lanes, v);
-    uint64_t total = 0;
-    for (const uint32_t lane : lanes)
-        total += lane;
-    return total;
-}
-
-// The bytes from the start on that fill whole vectors; returns how many those were. No more than kMostBytes, so that
-// the 32-bit lanes of the squares hold their sums.
+// Both take the bytes that fill whole vectors and return how many those were.
 inline int32_t addVectors(const uint8_t* bytes, int32_t n, ByteSums& sums)
 {
-    Vector sum = zeros();
-    Vector squares = zeros();
-    Vector low = all(sums.low);
-    Vector high = all(sums.high);
+    Vector::Raw sum = Vector::zeros();
+    Vector::Raw squares = Vector::zeros();
+    Vector::Raw low = Vector::all(sums.low);
+    Vector::Raw high = Vector::all(sums.high);
     int32_t i = 0;
     for (; i <= n - kWidth; i += kWidth) {
-        const Vector v = load(bytes + i);
-        sum = add64(sum, sumOfBytes(v));
-        squares = add32(squares, add32(squarePairs(lowWords(v)), squarePairs(highWords(v))));
-        low = lowest(low, v);
-        high = highest(high, v);
+        const Vector::Raw v = Vector::load(bytes + i);
+        const Vector::Raw lowSquares = Vector::squarePairs(Vector::lowWords(v));
+        const Vector::Raw highSquares = Vector::squarePairs(Vector::highWords(v));
+        sum = Vector::add64(sum, Vector::sums(v));
+        squares = Vector::add32(squares, Vector::add32(lowSquares, highSquares));
+        low = Vector::low(low, v);
+        high = Vector::high(high, v);
     }
     sums.sum += totalOf<uint64_t>(sum);
-    sums.squares += totalOfWords(squares);
-    sums.low = lowestOf(low);
-    sums.high = highestOf(high);
+    sums.squares += totalOf<uint32_t>(squares);
+    sums.low = fold<uint8_t>(low, uint8_t{255}, smaller);
+    sums.high = fold<uint8_t>(high, uint8_t{0}, larger);
     return i;
 }
-
 inline int32_t addDifferenceVectors(const uint8_t* a, const uint8_t* b, int32_t n, DifferenceSums& sums)
 {
-    Vector sum = zeros();
-    Vector largest = all(sums.largest);
+    Vector::Raw sum = Vector::zeros();
+    Vector::Raw largest = Vector::all(sums.largest);
     int32_t i = 0;
     for (; i <= n - kWidth; i += kWidth) {
-        const Vector va = load(a + i);
-        const Vector vb = load(b + i);
-        sum = add64(sum, subtract64(sumOfBytes(va), sumOfBytes(vb)));
-        largest = highest(largest, minus(highest(va, vb), lowest(va, vb)));
+        const Vector::Raw va = Vector::load(a + i);
+        const Vector::Raw vb = Vector::load(b + i);
+        sum = Vector::add64(sum, Vector::minus64(Vector::sums(va), Vector::sums(vb)));
+        largest = Vector::high(largest, Vector::minus(Vector::high(va, vb), Vector::low(va, vb)));
     }
     sums.sum += static_cast<int64_t>(totalOf<uint64_t>(sum));
-    sums.largest = highestOf(largest);
+    sums.largest = fold<uint8_t>(largest, uint8_t{0}, larger);
     return i;
 }
 
@@ -257,9 +156,6 @@ inline int32_t addDifferenceVectors(const uint8_t*, const uint8_t*, int32_t, Dif
 }
 
 #endif
-
-// A stretch is short enough for the 32-bit sums inside it: 4 x 65025 per 64 bytes and lane, 255 per byte.
-inline constexpr int32_t kMostBytes = 1 << 18;
 
 inline void sumBytes(const void* row, int32_t n, void* parameter)
 {
