@@ -1,5 +1,6 @@
 #include "measure/byte_box.h"
 
+#include "core/image_kinds.h"
 #include "core/image_table.h"
 #include "vexalib/block.h"
 
@@ -7,8 +8,6 @@ namespace vexa
 {
 namespace
 {
-
-constexpr int32_t kMemoryKind = 1;
 
 bool inside(const VexaBox& box, const ImageRecord& record)
 {
