@@ -7,8 +7,10 @@
 #include "measure/byte_box.h"
 #include "measure/histogram_sums.h"
 #include "measure/store_output.h"
+#include "support/buffer.h"
 #include "support/numbers.h"
 #include "vexalib/frames.h"
+#include "vexalib/image.h"
 #include "vexalib/roi.h"
 #include "vexalib/statistics.h"
 
@@ -20,6 +22,13 @@ namespace
 struct ByteTally {
     uint32_t bins[8][256];
     int64_t count;
+};
+
+// A way of counting bytes: rows go into a state of zero bytes, the end adds it to a histogram and tells the count.
+struct CountingRows {
+    StatsRowFilter row;
+    int64_t (*finish)(const void* state, uint32_t* histogram);
+    int64_t stateBytes;
 };
 
 // The bins of a float histogram: bin = (value - offset) * perWidth, what lies outside in the end bins.
@@ -49,14 +58,26 @@ namespace
 {
 
 constexpr std::size_t kBins = 256;
-// Below this length the eight tables cost more than they save.
+// Below these lengths a table, or the wider way of the best instruction set, costs more than it saves.
 constexpr int32_t kShortBuffer = 1024;
+constexpr int64_t kManyBytes = 65536;
 
-void addTables(const ByteTally& tally, uint32_t* histogram)
+// Counts the bytes that feed hands to a row function, about as many as told.
+template <typename Feed>
+int64_t countInto(uint32_t* histogram, int64_t about, Feed feed)
 {
-    for (const auto& bins : tally.bins)
-        for (std::size_t i = 0; i < kBins; ++i)
-            histogram[i] += bins[i];
+    if (about >= kManyBytes) {
+        const CountingRows& rows = VEXA_ROWS(kCountMany);
+        Buffer<uint8_t> tally(rows.stateBytes);
+        if (tally) {
+            feed(rows.row, tally.data());
+            return rows.finish(tally.data(), histogram);
+        }
+    }
+    const CountingRows& rows = VEXA_ROWS(kCountFew);
+    ByteTally tally{};
+    feed(rows.row, &tally);
+    return rows.finish(&tally, histogram);
 }
 
 // Rows of an application's own memory need not be aligned.
@@ -157,10 +178,12 @@ int32_t I_CalcHist(uint32_t* histogram, int32_t im)
     if (!histogram)
         return 0;
     std::fill_n(histogram, kBins, 0U);
-    ByteTally tally{};
-    I_DoStatsOpType(im, &tally, VEXA_ROWS(kCountBytes), PIX_BYTE);
-    addTables(tally, histogram);
-    return saturateToInt32(tally.count);
+    int32_t cols = 0;
+    int32_t rows = 0;
+    I_ImGetSize(&cols, &rows, nullptr, im);
+    return saturateToInt32(countInto(histogram, int64_t{cols} * rows, [im](StatsRowFilter row, void* tally) {
+        I_DoStatsOpType(im, tally, row, PIX_BYTE);
+    }));
 }
 
 int32_t I_HistBuf(const uint8_t* buffer, int32_t length, uint32_t* histogram, int32_t clear)
@@ -175,9 +198,7 @@ int32_t I_HistBuf(const uint8_t* buffer, int32_t length, uint32_t* histogram, in
             ++histogram[buffer[i]];
         return std::max(length, 0);
     }
-    ByteTally tally{};
-    VEXA_ROWS(kCountBytes)(buffer, length, &tally);
-    addTables(tally, histogram);
+    countInto(histogram, length, [=](StatsRowFilter row, void* tally) { row(buffer, length, tally); });
     return length;
 }
 

@@ -53,15 +53,36 @@ TEST_P(Counting, AgainstReferenceManyWidthsOfNoise)
     }
 }
 
-TEST_P(Counting, AgainstReferenceFlatPartsAmongNoise)
+// Large images of every make: flat parts among noise, all values in one quarter, rows that fill no vector.
+TEST_P(Counting, AgainstReferenceLargeImages)
 {
-    const int32_t im = byteImage(
-        1000, 40, [](int32_t x, int32_t y) { return x % 300 < 200 ? y : (x * 7919 + y * 104729) % 251; });
-    Histogram expected{};
-    for (const uint8_t byte : bytesOf(im))
-        ++expected[byte];
-    EXPECT_EQ(40000, I_CalcHist(bins(), im));
-    EXPECT_EQ(expected, histogram_);
+    const std::function<int32_t(int32_t, int32_t)> makes[] = {
+        [](int32_t x, int32_t y) { return x % 300 < 200 ? y & 255 : (x * 7919 + y * 104729) % 251; },
+        [](int32_t x, int32_t y) { return 64 + ((x * 31 + y * 17) & 63); },
+        [](int32_t x, int32_t y) { return (x * x + y * 3) & 255; },
+        [](int32_t, int32_t) { return 200; },
+    };
+    for (const auto& make : makes)
+        for (const int32_t cols : {97, 256, 1000, 3001}) {
+            const int32_t rows = 70000 / cols + 1;
+            const int32_t im = byteImage(cols, rows, make);
+            Histogram expected{};
+            for (const uint8_t byte : bytesOf(im))
+                ++expected[byte];
+            EXPECT_EQ(cols * rows, I_CalcHist(bins(), im));
+            ASSERT_EQ(expected, histogram_) << cols;
+            closeImages({im});
+        }
+}
+
+TEST_P(Counting, BoundsNothingBesideTheRegionOfALargeImage)
+{
+    const int32_t im =
+        byteImage(700, 300, [](int32_t x, int32_t y) { return x >= 3 && x <= 690 && y >= 5 ? 7 : 9; });
+    I_SetWindowROI(3, 5, 690, 299);
+    EXPECT_EQ(688 * 295, I_CalcHist(bins(), im));
+    EXPECT_EQ(688U * 295U, histogram_[7]);
+    EXPECT_EQ(688U * 295U, total(histogram_));
     closeImages({im});
 }
 
@@ -124,7 +145,7 @@ TEST_P(Counting, LiteralOtherTypesCountAsBytes)
 
 TEST_P(Counting, LiteralBufferAddsUnlessItClears)
 {
-    for (const int32_t length : {5, 2000}) {
+    for (const int32_t length : {5, 2000, 100001}) {
         std::vector<uint8_t> buffer(static_cast<std::size_t>(length), 7);
         EXPECT_EQ(length, I_HistBuf(buffer.data(), length, bins(), 1));
         EXPECT_EQ(static_cast<uint32_t>(length), histogram_[7]);
