@@ -1,0 +1,168 @@
+#include "list_output.h"
+
+#include <array>
+#include <charconv>
+#include <nlohmann/json.hpp>
+#include <vector>
+
+namespace app
+{
+namespace
+{
+
+using Json = nlohmann::ordered_json;
+using Row = std::vector<std::string>;
+
+// Numbers in the JSON have the decimals of the other outputs, so that all three say the same.
+double rounded(double value, int32_t decimals)
+{
+    double result = 0.0;
+    const std::string text = fixed(value, decimals);
+    std::from_chars(text.data(), text.data() + text.size(), result);
+    return result;
+}
+
+Row columns()
+{
+    return {"number", "x",      "y",    "left",     "top",        "right",      "bottom",
+            "width",  "height", "area", "contrast", "centroid_x", "centroid_y", "value"};
+}
+
+Row cells(const Defect& defect)
+{
+    const VexaBox& box = defect.box;
+    Row row;
+    for (const int32_t number :
+         {defect.number, defect.position.x, defect.position.y, box.left, box.top, box.right, box.bottom,
+          box.right - box.left + 1, box.bottom - box.top + 1, defect.area})
+        row.push_back(std::to_string(number));
+    row.push_back(fixed(defect.contrast, 1));
+    row.push_back(fixed(static_cast<double>(defect.centroid.x), 2));
+    row.push_back(fixed(static_cast<double>(defect.centroid.y), 2));
+    row.push_back(fixed(defect.value, 2));
+    return row;
+}
+
+std::string joined(const Row& row)
+{
+    std::string line;
+    for (const std::string& cell : row)
+        line += (line.empty() ? "" : ",") + cell;
+    return line + "\n";
+}
+
+Json boxJson(const VexaBox& box)
+{
+    return {{"left", box.left}, {"top", box.top}, {"right", box.right}, {"bottom", box.bottom}};
+}
+
+Json pictureJson(const Picture& picture)
+{
+    return {{"file", picture.name},          {"format", picture.facts.format},
+            {"width", picture.image.cols()}, {"height", picture.image.rows()},
+            {"bits", picture.facts.bits},    {"samples", picture.facts.samples}};
+}
+
+Json settingsJson(const InspectionReport& report)
+{
+    const InspectSettings& settings = report.settings;
+    return {{"threshold", settings.threshold},
+            {"tolerance", settings.tolerance},
+            {"min_width", settings.minWidth},
+            {"min_dist", settings.minDistance},
+            {"max", settings.most},
+            {"sort", sortName(settings.sort)},
+            {"offset", {{"x", settings.offset.x}, {"y", settings.offset.y}}},
+            {"window", boxJson(report.inspection.window)}};
+}
+
+Json defectJson(const Defect& defect)
+{
+    const VexaBox& box = defect.box;
+    return {{"number", defect.number},
+            {"x", defect.position.x},
+            {"y", defect.position.y},
+            {"box", boxJson(box)},
+            {"width", box.right - box.left + 1},
+            {"height", box.bottom - box.top + 1},
+            {"area", defect.area},
+            {"contrast", rounded(defect.contrast, 1)},
+            {"centroid",
+             {{"x", rounded(static_cast<double>(defect.centroid.x), 2)},
+              {"y", rounded(static_cast<double>(defect.centroid.y), 2)}}},
+            {"value", rounded(defect.value, 2)}};
+}
+
+} // namespace
+
+std::string fixed(double value, int32_t decimals)
+{
+    std::array<char, 400> text;
+    const auto end =
+        std::to_chars(text.data(), text.data() + text.size(), value, std::chars_format::fixed, decimals).ptr;
+    return {text.data(), end};
+}
+
+const char* sortName(SortBy sort)
+{
+    return sort == SortBy::area ? "area" : "intensity";
+}
+
+std::string countSentence(const Inspection& inspection)
+{
+    const int32_t found = inspection.found;
+    std::string text =
+        found == 0 ? "no defect" : std::to_string(found) + (found == 1 ? " defect" : " defects");
+    if (const std::size_t listed = inspection.defects.size(); listed < static_cast<std::size_t>(found))
+        text += ", " + std::to_string(listed) + " listed";
+    return text;
+}
+
+std::string asTable(const InspectionReport& report)
+{
+    std::string text = countSentence(report.inspection) + "\n";
+    if (report.inspection.defects.empty())
+        return text;
+    std::vector<Row> rows = {{"no", "x", "y", "width", "height", "area", "contrast", "centroid"}};
+    for (const Defect& defect : report.inspection.defects) {
+        const Row all = cells(defect);
+        rows.push_back({all[0], all[1], all[2], all[7], all[8], all[9], all[10], all[11] + "," + all[12]});
+    }
+    std::vector<std::size_t> widths(rows.front().size());
+    for (const Row& row : rows)
+        for (std::size_t i = 0; i < row.size(); ++i)
+            widths[i] = std::max(widths[i], row[i].size());
+    for (const Row& row : rows) {
+        for (std::size_t i = 0; i < row.size(); ++i)
+            text += std::string(widths[i] - row[i].size() + (i > 0 ? 2 : 0), ' ') + row[i];
+        text += "\n";
+    }
+    return text;
+}
+
+std::string asCsv(const InspectionReport& report)
+{
+    std::string text = joined(columns());
+    for (const Defect& defect : report.inspection.defects)
+        text += joined(cells(defect));
+    return text;
+}
+
+std::string asJson(const InspectionReport& report)
+{
+    Json defects = Json::array();
+    for (const Defect& defect : report.inspection.defects)
+        defects.push_back(defectJson(defect));
+    const Json document = {{"format", "vexa-inspect"},
+                           {"version", 1},
+                           {"reference", pictureJson(report.reference)},
+                           {"defect", pictureJson(report.defect)},
+                           {"settings", settingsJson(report)},
+                           {"found", report.inspection.found},
+                           {"incomplete", report.inspection.incomplete},
+                           {"defects", defects}};
+    // File names need not be UTF-8; what is none is replaced.
+    return document.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
+}
+
+} // namespace app

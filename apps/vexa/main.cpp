@@ -1,0 +1,193 @@
+// vexa: inspects pictures of plates against a reference, on the command line.
+#include <CLI/CLI.hpp>
+
+#include <cstdio>
+#include <exception>
+#include <string>
+
+#include "commands.h"
+#include "failure.h"
+#include "vexalib/vexalib.h"
+
+namespace
+{
+
+constexpr char kMethod[] = "Method: a pixel counts where one picture is brighter than every pixel of the "
+                           "other within the tolerance, or "
+                           "darker than every one, by the threshold or more; and only where such pixels fill "
+                           "a square of the smallest width. "
+                           "What is left falls into spots; of two spots nearer to each other than the "
+                           "smallest distance the weaker one goes. "
+                           "Each spot is then measured on the plain difference, defect minus reference.\n"
+                           "Exit code: 0 no defect, 1 defects found, 2 bad usage or unreadable input.";
+
+const char* const kPictures = "pictures are BMP, PNG, JPEG or TIFF files";
+
+// "3,-4" as a point, "1,2,3,4" as a box.
+void setOffset(VexaPoint& point, const std::vector<int32_t>& numbers)
+{
+    point = {numbers[0], numbers[1]};
+}
+
+void setRegion(app::InspectSettings& settings, const std::vector<int32_t>& numbers)
+{
+    if (numbers[0] > numbers[2] || numbers[1] > numbers[3])
+        throw CLI::ValidationError("--roi", "left and top must not pass right and bottom");
+    settings.region = VexaBox{numbers[0], numbers[1], numbers[2], numbers[3]};
+}
+
+CLI::App* addInspect(CLI::App& program, app::InspectCommand& command, bool& quiet, bool& verbose)
+{
+    CLI::App* inspect =
+        program.add_subcommand("inspect", "lists, measures and reports what differs from a reference");
+    app::InspectSettings& settings = command.settings;
+    inspect->footer(kMethod);
+    inspect->add_option("REFERENCE", command.reference, "the picture of the good plate")->required();
+    inspect->add_option("DEFECT", command.defect, "the picture to inspect, of the same size")->required();
+    inspect->add_option("--threshold", settings.threshold, "smallest difference in grey levels that counts")
+        ->check(CLI::Range(1, 127))
+        ->capture_default_str();
+    inspect->add_option("--tolerance", settings.tolerance, "pixels by which an edge may be off")
+        ->check(CLI::Range(0, 50))
+        ->capture_default_str();
+    inspect
+        ->add_option("--min-width", settings.minWidth, "side of the smallest square of a defect, in pixels")
+        ->check(CLI::Range(1, 100))
+        ->capture_default_str();
+    inspect->add_option("--min-dist", settings.minDistance, "smallest distance of two defects, in pixels")
+        ->check(CLI::Range(0, 100000))
+        ->capture_default_str();
+    inspect->add_option("--max", settings.most, "most entries of the list")
+        ->check(CLI::Range(1, 20000))
+        ->capture_default_str();
+    inspect
+        ->add_option("--sort", settings.sort,
+                     "order of the list, largest first: area (summed contrast) or intensity")
+        ->transform(CLI::CheckedTransformer(std::map<std::string, app::SortBy>{
+            {"area", app::SortBy::area}, {"intensity", app::SortBy::intensity}}))
+        ->type_name("area|intensity");
+    inspect
+        ->add_option_function<std::vector<int32_t>>(
+            "--offset",
+            [&settings](const std::vector<int32_t>& numbers) { setOffset(settings.offset, numbers); },
+            "the reference is read at (x + DX, y + DY)")
+        ->expected(2)
+        ->delimiter(',')
+        ->type_name("DX,DY");
+    inspect
+        ->add_option_function<std::vector<int32_t>>(
+            "--roi", [&settings](const std::vector<int32_t>& numbers) { setRegion(settings, numbers); },
+            "inspect this rectangle only, sides included")
+        ->expected(4)
+        ->delimiter(',')
+        ->type_name("L,T,R,B");
+    inspect->add_option("--out", command.folder, "folder for the report, the pictures and the lists");
+    inspect->add_option("--format", command.format, "form of the printed list")
+        ->transform(CLI::CheckedTransformer(std::map<std::string, app::Format>{
+            {"table", app::Format::table}, {"csv", app::Format::csv}, {"json", app::Format::json}}))
+        ->type_name("table|csv|json");
+    CLI::Option* q = inspect->add_flag("-q,--quiet", quiet, "no progress, no remarks");
+    inspect->add_flag("-v,--verbose", verbose, "more remarks")->excludes(q);
+    return inspect;
+}
+
+CLI::App* addSynth(CLI::App& program, app::SynthCommand& command)
+{
+    CLI::App* synth =
+        program.add_subcommand("synth", "makes a plate with planted defects: two pictures and truth.json");
+    synth->add_option("--seed", command.seed, "number that the plate is made from")->required();
+    synth->add_option("--out", command.folder, "folder for the files")->required();
+    synth->add_option("--size", command.size, "pixels a side")
+        ->check(CLI::Range(256, 4096))
+        ->capture_default_str();
+    synth->add_option("--defects", command.defects, "defects to plant")
+        ->check(CLI::Range(0, 1000))
+        ->capture_default_str();
+    return synth;
+}
+
+CLI::App* addDiff(CLI::App& program, app::DiffCommand& command)
+{
+    CLI::App* diff = program.add_subcommand("diff", "writes the difference A minus B of two pictures");
+    diff->add_option("A", command.a, "minuend")->required();
+    diff->add_option("B", command.b, "subtrahend, of the same size")->required();
+    diff->add_option("OUT", command.out, "picture to write: .png, .bmp, .tif or .tiff")->required();
+    diff->add_option("--clip-mode", command.clipMode, "the library's clip mode, 3: around 128")
+        ->check(CLI::Range(0, 7))
+        ->capture_default_str();
+    diff->add_option_function<std::vector<int32_t>>(
+            "--offset",
+            [&command](const std::vector<int32_t>& numbers) { setOffset(command.offset, numbers); },
+            "B is read at (x + DX, y + DY)")
+        ->expected(2)
+        ->delimiter(',')
+        ->type_name("DX,DY");
+    return diff;
+}
+
+// What the library would show in a box goes nowhere: the program says the sentence itself.
+void swallow(const char*, int32_t) {}
+int32_t swallowBox(const char*, const char*, int32_t, int32_t defaultAnswer)
+{
+    return defaultAnswer;
+}
+
+void quietenLibrary()
+{
+    static VexaPlatform platform = {};
+    platform.size = sizeof platform;
+    platform.messageBox = swallowBox;
+    vexaSetPlatform(&platform);
+    I_SetErrorHandlerCallback(swallow);
+}
+
+int run(int argc, char** argv)
+{
+    CLI::App program(
+        "Inspects pictures of patterned plates against a reference; " + std::string(kPictures) + ".", "vexa");
+    program.set_version_flag("--version", "vexa " + std::string(vexaVersion()));
+    program.require_subcommand(1);
+    bool quiet = false;
+    bool verbose = false;
+    app::InspectCommand inspectCommand;
+    app::SynthCommand synthCommand;
+    app::DiffCommand diffCommand;
+    std::vector<std::string> names;
+    const CLI::App* inspect = addInspect(program, inspectCommand, quiet, verbose);
+    const CLI::App* synth = addSynth(program, synthCommand);
+    CLI::App* info = program.add_subcommand("info", "tells what pictures hold");
+    info->add_option("PICTURE", names, kPictures)->required();
+    const CLI::App* diff = addDiff(program, diffCommand);
+
+    try {
+        program.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        if (error.get_exit_code() == 0)
+            return program.exit(error);
+        std::fprintf(stderr, "vexa: %s\n", error.what());
+        return app::kFailure;
+    }
+    app::setVerbosity(quiet     ? app::Verbosity::quiet
+                      : verbose ? app::Verbosity::verbose
+                                : app::Verbosity::normal);
+    if (*inspect)
+        return app::runInspect(inspectCommand);
+    if (*synth)
+        return app::runSynth(synthCommand);
+    return *diff ? app::runDiff(diffCommand) : app::runInfo(names);
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    quietenLibrary();
+    try {
+        return run(argc, argv);
+    } catch (const std::bad_alloc&) {
+        std::fprintf(stderr, "vexa: not enough memory\n");
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "vexa: %s\n", error.what());
+    }
+    return app::kFailure;
+}

@@ -1,0 +1,195 @@
+#include "picture_io.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <limits>
+#include <memory>
+#include <utility>
+
+#include "failure.h"
+#include "output_files.h"
+#include "picture_formats.h"
+#include "vexalib/vexalib.h"
+
+namespace app
+{
+namespace
+{
+
+using File = std::unique_ptr<std::FILE, int (*)(std::FILE*)>;
+
+std::vector<uint8_t> readFile(const std::string& name)
+{
+    std::error_code ignored;
+    if (std::filesystem::is_directory(name, ignored))
+        throw Failure(name + " is a folder, not a picture");
+    const File file(std::fopen(name.c_str(), "rb"), std::fclose);
+    if (!file)
+        throw Failure("cannot open " + name + ": " + std::strerror(errno));
+    std::vector<uint8_t> bytes;
+    std::vector<uint8_t> piece(1 << 20);
+    while (const std::size_t count = std::fread(piece.data(), 1, piece.size(), file.get()))
+        bytes.insert(bytes.end(), piece.begin(), piece.begin() + static_cast<std::ptrdiff_t>(count));
+    if (std::ferror(file.get()))
+        throw Failure("cannot read " + name + ": " + std::strerror(errno));
+    if (bytes.empty())
+        throw Failure(name + " is empty");
+    return bytes;
+}
+
+bool beginsWith(const std::vector<uint8_t>& file, std::initializer_list<uint8_t> magic)
+{
+    return file.size() >= magic.size() && std::equal(magic.begin(), magic.end(), file.begin());
+}
+
+uint32_t littleEndian(const std::vector<uint8_t>& file, std::size_t at, std::size_t bytes)
+{
+    uint32_t value = 0;
+    for (std::size_t i = 0; i < bytes; ++i)
+        value |= uint32_t{file[at + i]} << (8 * i);
+    return value;
+}
+
+// The library reads the rows that the header promises; a file that holds fewer is told apart here.
+void checkBitmapLength(const std::vector<uint8_t>& file)
+{
+    constexpr std::size_t kHeaders = 54;
+    if (file.size() < kHeaders)
+        throw Failure("damaged BMP: the file ends within its header");
+    const int64_t cols = static_cast<int32_t>(littleEndian(file, 18, 4));
+    const int64_t rows = std::abs(int64_t{static_cast<int32_t>(littleEndian(file, 22, 4))});
+    const int64_t bits = littleEndian(file, 28, 2);
+    checkSize(cols, rows);
+    const int64_t stride = ((bits * cols + 31) / 32) * 4;
+    if (littleEndian(file, 10, 4) + stride * rows > static_cast<int64_t>(file.size()))
+        throw Failure("damaged BMP: the file ends too early");
+}
+
+Image fromBitmap(void* bitmap)
+{
+    void* mapped = I_MapDIBPalette(bitmap);
+    require(mapped != nullptr, "cannot convert a BMP");
+    return Image(I_CopyDIBtoImage(mapped), "cannot read a BMP");
+}
+
+Picture readBitmap(const std::string& name, const std::vector<uint8_t>& file)
+{
+    checkBitmapLength(file);
+    const auto bits = static_cast<int32_t>(littleEndian(file, 28, 2));
+    I_SetError(0, "");
+    void* bitmap = I_ReadBMPtoDIB(name.c_str());
+    if (!bitmap)
+        failWithLibrarySentence("not a BMP that the library reads");
+    Image image = fromBitmap(bitmap);
+    const int32_t type = I_ImGetType(image.number());
+    FileFacts facts{"BMP", bits > 8 ? 8 : bits, bits > 8 ? bits / 8 : 1, type != PIX_BYTE, false};
+    return {name, facts,
+            type == PIX_BYTE || type == PIX_BGR24 ? std::move(image) : image.converted(PIX_BGR24)};
+}
+
+Picture readAny(const std::string& name)
+{
+    const std::vector<uint8_t> file = readFile(name);
+    if (beginsWith(file, {'B', 'M'}))
+        return readBitmap(name, file);
+    Decoded decoded;
+    if (beginsWith(file, {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'}))
+        decoded = decodePng(file);
+    else if (beginsWith(file, {0xFF, 0xD8, 0xFF}))
+        decoded = decodeJpeg(file);
+    else if (beginsWith(file, {'I', 'I', 42, 0}) || beginsWith(file, {'M', 'M', 0, 42}) ||
+             beginsWith(file, {'I', 'I', 43, 0}) || beginsWith(file, {'M', 'M', 0, 43}))
+        decoded = decodeTiff(file);
+    else
+        throw Failure("not a picture that vexa reads: BMP, PNG, JPEG or TIFF");
+    return {name, decoded.facts, Image(std::move(decoded.pixels))};
+}
+
+// The colour weights of the library's grey: 35 red, 50 green, 15 blue.
+Image weightedGrey(const Image& color)
+{
+    constexpr int32_t kWeighted = -3;
+    const int32_t before = I_GetColorProcMode();
+    I_SetColorProcMode(kWeighted);
+    Image grey = color.converted(PIX_BYTE);
+    I_SetColorProcMode(before);
+    return grey;
+}
+
+void tellWhatWasDropped(const Picture& picture)
+{
+    const FileFacts& facts = picture.facts;
+    std::string dropped;
+    if (facts.floating)
+        dropped = "floating-point samples are stretched to 8 bits";
+    else if (facts.bits > 8)
+        dropped = std::to_string(facts.bits) + " bits a sample are reduced to 8";
+    if (facts.color)
+        dropped += dropped.empty() ? "colour is reduced to grey" : ", colour to grey";
+    if (!dropped.empty())
+        note(picture.name + ": " + dropped);
+}
+
+std::string ending(const std::string& name)
+{
+    std::string text = std::filesystem::path(name).extension().string();
+    std::transform(text.begin(), text.end(), text.begin(), [](unsigned char c) { return std::tolower(c); });
+    return text;
+}
+
+} // namespace
+
+void checkSize(int64_t cols, int64_t rows)
+{
+    constexpr int64_t kMost = std::numeric_limits<int32_t>::max();
+    if (cols < 1 || rows < 1)
+        throw Failure("the picture has no pixels");
+    if (cols > kMost / 4 || rows > kMost / 4 || cols * rows > kMost)
+        throw Failure("the picture is too large: " + std::to_string(cols) + " x " + std::to_string(rows));
+}
+
+Picture readPicture(const std::string& name)
+{
+    try {
+        return readAny(name);
+    } catch (const Failure& failure) {
+        const std::string text = failure.what();
+        throw Failure(text.find(name) == std::string::npos ? name + ": " + text : text);
+    } catch (const std::bad_alloc&) {
+        throw Failure(name + ": not enough memory for this picture");
+    }
+}
+
+Picture readGreyPicture(const std::string& name)
+{
+    Picture picture = readPicture(name);
+    tellWhatWasDropped(picture);
+    if (I_ImGetType(picture.image.number()) != PIX_BYTE)
+        picture.image = weightedGrey(picture.image);
+    return picture;
+}
+
+bool isWritableName(const std::string& name)
+{
+    const std::string type = ending(name);
+    return type == ".png" || type == ".bmp" || type == ".tif" || type == ".tiff";
+}
+
+void storePicture(const Pixels& pixels, const std::string& path, const std::string& name)
+{
+    const std::string type = ending(name);
+    if (type == ".bmp") {
+        const Image image{Pixels(pixels)};
+        I_SetError(0, "");
+        require(I_WriteBMP(path.c_str(), image.number()) > 0, "cannot write the picture");
+        return;
+    }
+    const bool tiff = type == ".tif" || type == ".tiff";
+    storeBytes(tiff ? encodeTiff(pixels) : encodePng(pixels), path);
+}
+
+} // namespace app

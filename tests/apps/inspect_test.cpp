@@ -1,0 +1,250 @@
+// vexa inspect: what it lists, prints, writes and answers.
+#include <gmock/gmock.h>
+
+#include "tests/apps/program.h"
+
+using namespace vexa::test;
+using nlohmann::json;
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+namespace
+{
+
+// A dark square on a bright field, with a bright spot of 5 x 4 pixels in it where there is a defect.
+int32_t plate(int32_t x, int32_t y)
+{
+    return x >= 30 && x < 70 && y >= 20 && y < 60 ? 40 : 200;
+}
+int32_t spot(int32_t x, int32_t y)
+{
+    return x >= 45 && x < 50 && y >= 40 && y < 44 ? 140 : plate(x, y);
+}
+
+class Inspect : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        writeGreyPng(reference, 100, 80, plate);
+        writeGreyPng(defect, 100, 80, spot);
+    }
+
+    Scratch scratch;
+    const std::string reference = scratch / "reference.png";
+    const std::string defect = scratch / "defect.png";
+};
+
+TEST_F(Inspect, MeasuresTheOneDefect)
+{
+    const Outcome outcome = run({"inspect", reference, defect, "--format", "json"});
+    EXPECT_EQ(1, outcome.code);
+    EXPECT_EQ("", outcome.err);
+    const json document = json::parse(outcome.out);
+    EXPECT_EQ("vexa-inspect", document.at("format"));
+    EXPECT_EQ(1, document.at("version"));
+    EXPECT_EQ(1, document.at("found"));
+    EXPECT_EQ(30, document.at("settings").at("threshold"));
+    EXPECT_EQ(reference, document.at("reference").at("file"));
+    ASSERT_EQ(1U, document.at("defects").size());
+    const json entry = document.at("defects").at(0);
+    EXPECT_EQ(1, entry.at("number"));
+    EXPECT_EQ(json({{"left", 45}, {"top", 40}, {"right", 49}, {"bottom", 43}}), entry.at("box"));
+    EXPECT_EQ(20, entry.at("area"));
+    EXPECT_EQ(100.0, entry.at("contrast"));
+    EXPECT_EQ(47.0, entry.at("centroid").at("x"));
+    EXPECT_EQ(41.5, entry.at("centroid").at("y"));
+    EXPECT_EQ(20 * 100 / 50.0, entry.at("value"));
+}
+
+TEST_F(Inspect, DarkerDefectsHaveNegativeContrast)
+{
+    const json document = json::parse(run({"inspect", defect, reference, "--format", "json"}).out);
+    EXPECT_EQ(-100.0, document.at("defects").at(0).at("contrast"));
+}
+
+TEST_F(Inspect, EqualPicturesHaveNoDefect)
+{
+    const Outcome outcome = run({"inspect", reference, reference});
+    EXPECT_EQ(0, outcome.code);
+    EXPECT_EQ("no defect\n", outcome.out);
+    EXPECT_EQ("", outcome.err);
+}
+
+TEST_F(Inspect, PrintsTableAndCsv)
+{
+    EXPECT_EQ("1 defect\n"
+              "no   x   y  width  height  area  contrast     centroid\n"
+              " 1  45  40      5       4    20     100.0  47.00,41.50\n",
+              run({"inspect", reference, defect}).out);
+    EXPECT_EQ("number,x,y,left,top,right,bottom,width,height,area,contrast,centroid_x,centroid_y,value\n"
+              "1,45,40,45,40,49,43,5,4,20,100.0,47.00,41.50,40.00\n",
+              run({"inspect", reference, defect, "--format", "csv"}).out);
+}
+
+TEST_F(Inspect, AnEdgeWithinTheToleranceIsNoDefect)
+{
+    writeGreyPng(defect, 100, 80, [](int32_t x, int32_t y) { return plate(x + 2, y - 1); });
+    EXPECT_EQ(0, run({"inspect", reference, defect}).code);
+    EXPECT_EQ(1, run({"inspect", reference, defect, "--tolerance", "0", "--min-width", "1"}).code);
+    EXPECT_EQ(1, run({"inspect", reference, defect, "--tolerance", "0", "--min-width", "2"}).code);
+}
+
+TEST_F(Inspect, TheOffsetSaysWhereTheReferenceIsRead)
+{
+    writeGreyPng(defect, 100, 80, [](int32_t x, int32_t y) { return plate(x + 9, y - 8); });
+    EXPECT_EQ(1, run({"inspect", reference, defect}).code);
+    EXPECT_EQ(0, run({"inspect", reference, defect, "--offset", "9,-8"}).code);
+    EXPECT_EQ(
+        0, run({"inspect", reference, defect, "--offset=9,-8", "--tolerance", "0", "--min-width", "1"}).code);
+}
+
+TEST_F(Inspect, TheRegionIsAllThatCounts)
+{
+    EXPECT_EQ(0, run({"inspect", reference, defect, "--roi", "0,0,99,39"}).code);
+    EXPECT_EQ(1, run({"inspect", reference, defect, "--roi", "40,35,60,50"}).code);
+    const json document =
+        json::parse(run({"inspect", reference, defect, "--roi", "40,35,600,50", "--format", "json"}).out);
+    EXPECT_EQ(json({{"left", 40}, {"top", 35}, {"right", 99}, {"bottom", 50}}),
+              document.at("settings").at("window"));
+}
+
+TEST_F(Inspect, ThresholdAndWidthAreLimits)
+{
+    EXPECT_EQ(1, run({"inspect", reference, defect, "--threshold", "100"}).code);
+    EXPECT_EQ(0, run({"inspect", reference, defect, "--threshold", "101"}).code);
+    EXPECT_EQ(1, run({"inspect", reference, defect, "--min-width", "4"}).code);
+    EXPECT_EQ(0, run({"inspect", reference, defect, "--min-width", "5"}).code);
+}
+
+// Three spots: small and strong, large and weak, and a weak one near the large one.
+int32_t spots(int32_t x, int32_t y)
+{
+    const bool strong = x >= 5 && x < 9 && y >= 5 && y < 9;
+    const bool large = x >= 80 && x < 95 && y >= 5 && y < 20;
+    const bool near = x >= 80 && x < 84 && y >= 24 && y < 28;
+    return plate(x, y) - (strong ? 120 : large ? 50 : near ? 60 : 0);
+}
+
+TEST_F(Inspect, SortsCutsAndThinsOut)
+{
+    writeGreyPng(defect, 100, 80, spots);
+    const auto lefts = [&](const std::vector<std::string>& options) {
+        std::vector<std::string> arguments = {"inspect", reference, defect, "--format", "json"};
+        arguments.insert(arguments.end(), options.begin(), options.end());
+        std::vector<int32_t> result;
+        for (const json& entry : json::parse(run(arguments).out).at("defects"))
+            result.push_back(entry.at("box").at("left"));
+        return result;
+    };
+    EXPECT_THAT(lefts({}), ElementsAre(80, 5, 80));
+    EXPECT_THAT(lefts({"--sort", "intensity"}), ElementsAre(5, 80, 80));
+    EXPECT_THAT(lefts({"--min-dist", "25"}), ElementsAre(80, 5));
+    EXPECT_THAT(lefts({"--max", "1"}), ElementsAre(80));
+    EXPECT_EQ("3 defects, 1 listed", run({"inspect", reference, defect, "--max", "1"}).out.substr(0, 19));
+}
+
+TEST_F(Inspect, WritesTheWholeReport)
+{
+    const std::string out = scratch / "new/report";
+    const Outcome outcome = run({"inspect", reference, defect, "--out", out, "-v"});
+    EXPECT_EQ(1, outcome.code);
+    EXPECT_THAT(outcome.err, HasSubstr("report.html"));
+    EXPECT_THAT(tree(out), ElementsAre("defects.csv", "defects.json", "defects.png", "difference.png",
+                                       "report.html", "residue.png"));
+    EXPECT_EQ(run({"inspect", reference, defect, "--format", "json"}).out, readText(out + "/defects.json"));
+    EXPECT_EQ(run({"inspect", reference, defect, "--format", "csv"}).out, readText(out + "/defects.csv"));
+    const GreyPicture difference = readPng(out + "/difference.png");
+    ASSERT_EQ(100, difference.cols);
+    ASSERT_EQ(80, difference.rows);
+    EXPECT_EQ(228, difference.at(45, 40));
+    EXPECT_EQ(128, difference.at(44, 40));
+    const GreyPicture boxed = readPng(out + "/defects.png");
+    ASSERT_EQ(100, boxed.cols);
+    EXPECT_NE(spot(42, 41), boxed.at(42, 41)) << "the left side of the box";
+    EXPECT_NE(spot(47, 46), boxed.at(47, 46)) << "the bottom side of the box";
+    EXPECT_EQ(spot(47, 41), boxed.at(47, 41)) << "the defect itself stays as it is";
+    const std::string html = readText(out + "/report.html");
+    EXPECT_THAT(html, HasSubstr("1 defect<"));
+    EXPECT_THAT(html, HasSubstr("</html>"));
+    std::size_t pictures = 0;
+    for (std::size_t at = html.find("src=\""); at != std::string::npos;
+         at = html.find("src=\"", at + 1), ++pictures)
+        EXPECT_EQ(0, html.compare(at, 27, "src=\"data:image/png;base64,"))
+            << "nothing is loaded from outside";
+    EXPECT_EQ(6U, pictures) << "three views, three crops";
+}
+
+TEST_F(Inspect, AFileNameCannotBreakTheReport)
+{
+    const std::string name = scratch / "<b>&\".png";
+    writeGreyPng(name, 100, 80, spot);
+    ASSERT_EQ(1, run({"inspect", reference, name, "--out", scratch / "out"}).code);
+    EXPECT_THAT(readText(scratch / "out/report.html"), HasSubstr("&lt;b&gt;&amp;&quot;.png"));
+    EXPECT_NO_THROW(json::parse(readText(scratch / "out/defects.json")));
+}
+
+TEST_F(Inspect, ASecondRunReplacesTheReport)
+{
+    const std::string out = scratch / "out";
+    ASSERT_EQ(1, run({"inspect", reference, defect, "--out", out}).code);
+    ASSERT_EQ(0, run({"inspect", reference, reference, "--out", out}).code);
+    EXPECT_EQ(0, json::parse(readText(out + "/defects.json")).at("found"));
+    EXPECT_THAT(readText(out + "/report.html"), HasSubstr("no defect"));
+}
+
+TEST_F(Inspect, QuietSaysNothingBesideTheList)
+{
+    writeColorPng(defect, 100, 80, spot, spot, plate);
+    EXPECT_NE("", run({"inspect", reference, defect}).err);
+    EXPECT_EQ("", run({"inspect", reference, defect, "-q"}).err);
+}
+
+// Binarised line-scan pictures of circuit boards, with edges that are off by a pixel to five.
+TEST(InspectMeasure, RealPlates)
+{
+    const std::filesystem::path folder = "../shared/data/pcb";
+    if (!std::filesystem::exists(folder))
+        GTEST_SKIP() << "no pictures at " << folder;
+    Score score;
+    int32_t pairs = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+        const std::string path = entry.path().string();
+        const std::size_t stem = path.find("_temp.jpg");
+        if (stem == std::string::npos)
+            continue;
+        const std::string base = path.substr(0, stem);
+        std::vector<Box> truth;
+        std::istringstream lines(readText(base + ".txt"));
+        int32_t kind = 0;
+        for (Box box{}; lines >> box.left >> box.top >> box.right >> box.bottom >> kind;)
+            truth.push_back(box);
+        score.add(inspectedBoxes(path, base + "_test.jpg"), truth);
+        ++pairs;
+    }
+    RecordProperty("recall", std::to_string(score.recall()));
+    RecordProperty("precision", std::to_string(score.precision()));
+    std::cout << pairs << " pairs: recall " << score.recall() << ", precision " << score.precision() << ", F "
+              << score.f() << "\n";
+    EXPECT_GT(score.truths, 90);
+    EXPECT_GE(score.f(), 0.93);
+}
+
+TEST(InspectMeasure, MadePlates)
+{
+    Score score;
+    for (const char* seed : {"1", "2", "3", "4", "5"}) {
+        const Scratch scratch;
+        ASSERT_EQ(0, run({"synth", "--seed", seed, "--out", scratch / "plate"}).code);
+        std::vector<Box> truth;
+        for (const json& entry : json::parse(readText(scratch / "plate/truth.json")).at("defects"))
+            truth.push_back(boxOf(entry.at("box")));
+        score.add(inspectedBoxes(scratch / "plate/reference.png", scratch / "plate/defect.png"), truth);
+    }
+    std::cout << "recall " << score.recall() << ", precision " << score.precision() << "\n";
+    EXPECT_EQ(5 * 16, score.truths);
+    EXPECT_GE(score.recall(), 0.97);
+    EXPECT_GE(score.precision(), 0.97);
+}
+
+} // namespace
