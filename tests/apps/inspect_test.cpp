@@ -133,7 +133,8 @@ TEST_F(Inspect, SortsCutsAndThinsOut)
         std::vector<std::string> arguments = {"inspect", reference, defect, "--format", "json"};
         arguments.insert(arguments.end(), options.begin(), options.end());
         std::vector<int32_t> result;
-        for (const json& entry : json::parse(run(arguments).out).at("defects"))
+        const json document = json::parse(run(arguments).out);
+        for (const json& entry : document.at("defects"))
             result.push_back(entry.at("box").at("left"));
         return result;
     };
@@ -237,7 +238,8 @@ TEST(InspectMeasure, MadePlates)
         const Scratch scratch;
         ASSERT_EQ(0, run({"synth", "--seed", seed, "--out", scratch / "plate"}).code);
         std::vector<Box> truth;
-        for (const json& entry : json::parse(readText(scratch / "plate/truth.json")).at("defects"))
+        const json document = json::parse(readText(scratch / "plate/truth.json"));
+        for (const json& entry : document.at("defects"))
             truth.push_back(boxOf(entry.at("box")));
         score.add(inspectedBoxes(scratch / "plate/reference.png", scratch / "plate/defect.png"), truth);
     }

@@ -207,7 +207,7 @@ TEST_F(PicturesFailures, FoldersThatCannotBeWritten)
 TEST_F(PicturesFailures, BadUsage)
 {
     expectFailure({}, "subcommand");
-    expectFailure({"examine"}, "examine");
+    expectFailure({"examine"}, "A subcommand is required");
     expectFailure({"inspect", good}, "DEFECT");
     expectFailure({"inspect", good, good, "--threshold", "0"}, "--threshold");
     expectFailure({"inspect", good, good, "--threshold", "128"}, "--threshold");

@@ -19,10 +19,15 @@ namespace fs = std::filesystem;
 
 std::string quoted(const std::string& argument)
 {
-    std::string result = "'";
-    for (const char c : argument)
-        result += c == '\'' ? "'\\''" : std::string(1, c);
-    return result + "'";
+    std::string result(1, '\'');
+    for (const char c : argument) {
+        if (c == '\'')
+            result.append("'\\''");
+        else
+            result.push_back(c);
+    }
+    result.push_back('\'');
+    return result;
 }
 
 template <typename Sample>
@@ -77,8 +82,9 @@ Outcome run(const std::vector<std::string>& arguments)
     const Scratch scratch;
     std::string command = quoted(VEXA_PROGRAM);
     for (const std::string& argument : arguments)
-        command += " " + quoted(argument);
-    command += " >" + quoted(scratch / "out") + " 2>" + quoted(scratch / "err") + " </dev/null";
+        command.append(" ").append(quoted(argument));
+    command.append(" >").append(quoted(scratch / "out")).append(" 2>").append(quoted(scratch / "err"));
+    command.append(" </dev/null");
     const int status = std::system(command.c_str());
     return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, readText(scratch / "out"),
             readText(scratch / "err")};
