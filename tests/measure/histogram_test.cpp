@@ -160,11 +160,11 @@ TEST_P(Counting, LiteralBufferAddsUnlessItClears)
 
 TEST_P(Counting, FailuresOfImagesAndNulls)
 {
+    const int32_t im = byteImage({{1}});
     clearError();
     EXPECT_EQ(0, I_CalcHist(bins(), -290));
     EXPECT_EQ(20, I_GetError(nullptr, 0));
     EXPECT_EQ(0U, total(histogram_)) << "cleared first";
-    const int32_t im = byteImage({{1}});
     EXPECT_EQ(0, I_CalcHist(nullptr, im));
     EXPECT_EQ(0, I_CalcHist(bins(), 0));
     const uint8_t byte = 3;

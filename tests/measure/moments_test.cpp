@@ -291,12 +291,12 @@ TEST_F(Moments, LiteralUserIsAskedInTheFirst64Points)
 
 TEST_F(Moments, FailuresOfImagesAndMemory)
 {
+    const int32_t im = byteImage(10, 10, [](int32_t, int32_t) { return 9; });
     clearError();
     EXPECT_EQ(0, binary(-290, r_, 1));
     EXPECT_EQ(20, I_GetError(nullptr, 0));
     EXPECT_EQ(0, gray(0, r_, 1));
     EXPECT_EQ(9.0, r_.area);
-    const int32_t im = byteImage(10, 10, [](int32_t, int32_t) { return 9; });
     const auto check = [](int64_t result) {
         EXPECT_EQ(0, result);
         EXPECT_EQ(2, I_GetError(nullptr, 0));

@@ -358,6 +358,7 @@ TEST_P(PixelStats, FailuresLeaveTheOutputsAlone)
 {
     Doubles d;
     Floats f;
+    const int32_t im = wordImage(40, 30);
     clearError();
     EXPECT_EQ(0, compute(-290, d));
     EXPECT_EQ(20, I_GetError(nullptr, 0));
@@ -366,7 +367,6 @@ TEST_P(PixelStats, FailuresLeaveTheOutputsAlone)
     EXPECT_EQ(0, maskedStats(-290, 0, f));
     EXPECT_EQ(9.0, d.mean);
     EXPECT_EQ(9.0F, f.mean);
-    const int32_t im = wordImage(40, 30);
     const auto check = [&](int64_t result) {
         EXPECT_EQ(0, result);
         EXPECT_EQ(2, I_GetError(nullptr, 0));

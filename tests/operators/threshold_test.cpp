@@ -312,10 +312,12 @@ TEST(CopyBorder, BoundsOfASubimageAreNotLeft)
 
 TEST(CopyBorder, FailuresOfImages)
 {
+    const int32_t im = byteImage({{1}});
     clearError();
     EXPECT_EQ(0, I_ImCopyBorder(0, 1, 1, 0, 0));
     EXPECT_EQ(0, I_ImCopyBorder(-290, 1, 1, 0, 0));
     EXPECT_EQ(20, I_GetError(nullptr, 0));
+    closeImages({im});
 }
 
 } // namespace
