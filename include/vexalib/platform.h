@@ -44,10 +44,12 @@ typedef struct VexaStretch {
 ///
 /// Entries whose functions share handles or units belong together: clipboard, movable memory, display, timer,
 /// counter. Where one of such a group is null, the built-in ones of the group stay. The functions are called
-/// on the thread that uses the library, but beep on the beeper's thread too, and a timer's tick on the timer's.
+/// on the thread that uses the library, but beep on the beeper's thread too, and a timer's tick on the
+/// timer's.
 ///
-/// This version calls messageBox, movable memory, startThread, beep, counter and availableMemory. The others are
-/// for the functions on clipboard, display, line scans, settings and whole files, and not called before those.
+/// This version calls messageBox, movable memory, startThread, beep, counter, availableMemory and lastError.
+/// The others are for the functions on clipboard, display, line scans, settings and whole files, and not
+/// called before those.
 typedef struct VexaPlatform {
     size_t size; ///< sizeof(VexaPlatform), by which a library knows an older program's record
 
