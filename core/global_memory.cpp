@@ -1,5 +1,6 @@
 // The library's own movable memory, where neither the application nor the system gives any.
 #include <bit>
+#include <cerrno>
 
 #include "platform/platform.h"
 #include "support/buffer.h"
@@ -81,12 +82,12 @@ void releaseTableIfEmpty()
 
 void* allocate(std::size_t bytes)
 {
-    if (bytes > static_cast<std::size_t>(PTRDIFF_MAX))
-        return nullptr;
-    void* data = allocateBlock(static_cast<int64_t>(bytes));
+    const bool possible = bytes <= static_cast<std::size_t>(PTRDIFF_MAX);
+    void* data = possible ? allocateBlock(static_cast<int64_t>(bytes)) : nullptr;
     const int64_t slot = data ? takeSlot() : -1;
     if (slot < 0) {
         releaseBlock(data);
+        errno = ENOMEM; // what callers tell by the system's last error
         return nullptr;
     }
     state.lastSerial = (state.lastSerial + 1) & (~uintptr_t{0} >> kSlotBits);

@@ -142,7 +142,7 @@ typedef struct VexaPlatform {
 VEXA_API int32_t vexaSetPlatform(const VexaPlatform* platform);
 
 /// Allocates a movable block, zeroed: what a DIB's handle is.
-/// @return an opaque handle, not an address; null if there is no memory
+/// @return an opaque handle, not an address; null if there is no memory, which is then the last system error
 /// The block lies in memory at least until vexaGlobalFree. A handle that was freed or never given out is
 /// refused by all these functions, never followed.
 VEXA_API void* vexaGlobalAlloc(size_t bytes);

@@ -139,7 +139,10 @@ TEST(FailuresPlatform, GlobalAllocWithoutMemory)
             vexaGlobalFree(handle);
             return had;
         },
-        [](int64_t had) { EXPECT_EQ(0, had); });
+        [](int64_t had) {
+            EXPECT_EQ(0, had);
+            EXPECT_EQ(ENOMEM, platform::lastError(nullptr, 0));
+        });
     EXPECT_EQ(nullptr, vexaGlobalAlloc(SIZE_MAX));
     EXPECT_EQ(nullptr, vexaGlobalAlloc(SIZE_MAX / 2));
 }
