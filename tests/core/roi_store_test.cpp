@@ -1,13 +1,11 @@
 #include "vexalib/roi_store.h"
 
 #include <cstdint>
-#include <cstdio>
 #include <cstdlib>
 #include <limits>
 #include <random>
 #include <set>
 #include <string>
-#include <unistd.h>
 #include <utility>
 #include <vector>
 
@@ -16,17 +14,9 @@
 #include "core/roi_slots.h"
 #include "core/roi_state.h"
 #include "support/buffer.h"
+#include "tests/core/roi_lists.h"
 #include "tests/support/test_failures.h"
 #include "tests/support/test_images.h"
-
-inline bool operator==(const VexaPoint& a, const VexaPoint& b)
-{
-    return a.x == b.x && a.y == b.y;
-}
-inline std::ostream& operator<<(std::ostream& out, const VexaPoint& p)
-{
-    return out << p.x << "," << p.y;
-}
 
 namespace vexa::test
 {
@@ -36,7 +26,6 @@ namespace
 using testing::Each;
 using testing::ElementsAre;
 using testing::HasSubstr;
-using Points = std::vector<VexaPoint>;
 using Pixels = std::set<std::pair<int32_t, int32_t>>;
 
 constexpr int32_t kLowest = std::numeric_limits<int32_t>::min();
@@ -52,59 +41,6 @@ Pixels pixelsOf(int32_t im)
             pixels.emplace(x + i, y);
     return pixels;
 }
-
-Points scanlist(int32_t im)
-{
-    int32_t n = -1;
-    const VexaPoint* list = I_ROIScanlist(&n, im);
-    return Points(list, list + n);
-}
-
-VexaBox window()
-{
-    VexaBox box = {};
-    I_GetWindowROI(&box.left, &box.top, &box.right, &box.bottom);
-    return box;
-}
-
-#define EXPECT_WINDOW(a, b, c, d)                                                                            \
-    do {                                                                                                     \
-        const VexaBox box = window();                                                                        \
-        EXPECT_THAT((std::vector<int32_t>{box.left, box.top, box.right, box.bottom}),                        \
-                    ElementsAre(a, b, c, d));                                                                \
-    } while (false)
-
-void setPolygon(const Points& points)
-{
-    ASSERT_EQ(1, I_SetPolygonROI(points.data(), static_cast<int32_t>(points.size())));
-}
-
-// A file that is gone at the end of the test.
-class TempFile
-{
-public:
-    explicit TempFile(const std::string& text = {})
-        : name_(testing::TempDir() + "roi" + std::to_string(getpid()))
-    {
-        std::FILE* file = std::fopen(name_.c_str(), "w");
-        std::fputs(text.c_str(), file);
-        std::fclose(file);
-    }
-    ~TempFile() { std::remove(name_.c_str()); }
-    const char* name() const { return name_.c_str(); }
-    std::string text() const
-    {
-        std::FILE* file = std::fopen(name_.c_str(), "r");
-        std::string all;
-        for (int c = std::getc(file); c != EOF; c = std::getc(file))
-            all += static_cast<char>(c);
-        std::fclose(file);
-        return all;
-    }
-
-private:
-    std::string name_;
-};
 
 class RoiStore : public testing::Test
 {
@@ -142,7 +78,7 @@ TEST_F(LiteralRoiStore, FullFrameLeavesWindowAndPolygon)
     I_SetWindowROI(1, 2, 3, 4);
     EXPECT_EQ(1, I_RecallROI(3));
     EXPECT_EQ(0, I_GetROIType());
-    EXPECT_WINDOW(1, 2, 3, 4);
+    EXPECT_THAT(window(), ElementsAre(1, 2, 3, 4));
     EXPECT_EQ(3, I_GetPolygonROI(nullptr, 0));
 }
 
@@ -162,7 +98,7 @@ TEST_F(LiteralRoiStore, EachTypeComesBack)
 
     EXPECT_EQ(1, I_RecallROI(0));
     EXPECT_EQ(1, I_GetROIType());
-    EXPECT_WINDOW(1, 2, -3, 0);
+    EXPECT_THAT(window(), ElementsAre(1, 2, -3, 0));
     EXPECT_EQ(1, I_RecallROI(1));
     EXPECT_EQ(2, I_GetROIType());
     Points polygon(3);
@@ -213,7 +149,7 @@ TEST_F(LiteralRoiStore, setroidataGivesThePreviousType)
 {
     const Points corners = {{-5, 7}, {3, 2}};
     EXPECT_EQ(0, setroidata(1, 2, corners.data()));
-    EXPECT_WINDOW(-5, 7, 3, 2);
+    EXPECT_THAT(window(), ElementsAre(-5, 7, 3, 2));
     EXPECT_EQ(1, setroidata(2, 2, corners.data()));
     EXPECT_EQ(2, I_GetPolygonROI(nullptr, 0));
     EXPECT_EQ(2, setroidata(3, 0, corners.data()));
@@ -235,10 +171,10 @@ TEST_F(LiteralRoiStore, StackOfSeventeenLevels)
     EXPECT_THAT(errorText(), HasSubstr("PushROI overflow. Index=17"));
     EXPECT_EQ(1, I_GetError(nullptr, 0));
     EXPECT_EQ(16, I_PopROI());
-    EXPECT_WINDOW(18, 18, 100, 100);
+    EXPECT_THAT(window(), ElementsAre(18, 18, 100, 100));
     for (int32_t level = 16; level >= 1; --level) {
         EXPECT_EQ(level - 1, I_PopROI());
-        EXPECT_WINDOW(level, level, 100, 100);
+        EXPECT_THAT(window(), ElementsAre(level, level, 100, 100));
     }
 }
 
@@ -249,7 +185,7 @@ TEST_F(LiteralRoiStore, EmptyStackGivesSlot17)
     I_SetROIType(0);
     EXPECT_EQ(0, I_PopROI());
     EXPECT_EQ(1, I_GetROIType());
-    EXPECT_WINDOW(1, 2, 3, 4);
+    EXPECT_THAT(window(), ElementsAre(1, 2, 3, 4));
     EXPECT_THAT(errorText(), HasSubstr("PopROI underflow. Index=0"));
     EXPECT_EQ(1, I_GetError(nullptr, 0));
 }
@@ -258,7 +194,7 @@ TEST_F(LiteralRoiStore, I_PushWindowROISetsAWindowOrFullFrame)
 {
     EXPECT_EQ(1, I_PushWindowROI(1, 2, 3, 4));
     EXPECT_EQ(1, I_GetROIType());
-    EXPECT_WINDOW(1, 2, 3, 4);
+    EXPECT_THAT(window(), ElementsAre(1, 2, 3, 4));
     EXPECT_EQ(2, I_PushWindowROI(0, 0, 0, 0));
     EXPECT_EQ(0, I_GetROIType());
     EXPECT_EQ(3, I_PushWindowROI(0, 0, -1, 0));
@@ -266,7 +202,7 @@ TEST_F(LiteralRoiStore, I_PushWindowROISetsAWindowOrFullFrame)
     EXPECT_EQ(2, I_PopROI());
     EXPECT_EQ(0, I_GetROIType());
     EXPECT_EQ(1, I_PopROI());
-    EXPECT_WINDOW(1, 2, 3, 4);
+    EXPECT_THAT(window(), ElementsAre(1, 2, 3, 4));
     EXPECT_EQ(0, I_PopROI());
     EXPECT_EQ(0, I_GetROIType());
 }
@@ -278,7 +214,7 @@ TEST_F(LiteralRoiStore, GuardsRestore)
         const RoiGuard guard;
         I_SetWindowROI(5, 6, 7, 8);
     }
-    EXPECT_WINDOW(1, 2, 3, 4);
+    EXPECT_THAT(window(), ElementsAre(1, 2, 3, 4));
     {
         const RoiTypeGuard guard(0);
         EXPECT_EQ(0, I_GetROIType());
@@ -382,8 +318,7 @@ TEST_F(LiteralRoiStore, I_ReverseROIWithoutAnImage)
     EXPECT_EQ((VexaPoint{65534, 65534}), list.back());
     EXPECT_EQ((VexaPoint{9, 20}), list[41]);
     EXPECT_EQ((VexaPoint{31, 20}), list[42]);
-    releaseBlock(roiState().list.points);
-    roiState().list = {};
+    dropList();
 }
 
 TEST_F(LiteralRoiStore, I_ClearROIWritesTheRuns)
@@ -412,79 +347,13 @@ TEST_F(LiteralRoiStore, I_ClearOutsideROIKeepsTheRegion)
     EXPECT_THAT(rowOf(im, 1), ElementsAre(9, 7, 7, 7, 9, 9));
     EXPECT_THAT(rowOf(im, 2), Each(9));
     EXPECT_EQ(1, I_GetROIType());
-    EXPECT_WINDOW(1, 1, 3, 1);
+    EXPECT_THAT(window(), ElementsAre(1, 1, 3, 1));
     I_SetROIType(0);
     EXPECT_EQ(1, I_ClearOutsideROI(1, im));
     EXPECT_THAT(rowOf(im, 0), Each(9));
     EXPECT_EQ(0, I_ClearOutsideROI(1, -200));
     EXPECT_EQ(0, I_GetROIType());
     closeImages({im});
-}
-
-TEST_F(LiteralRoiStore, FileLineFillsASlot)
-{
-    const TempFile file("5 2 3 10 10 20 10 15 20\n");
-    I_SetWindowROI(1, 2, 3, 4);
-    EXPECT_EQ(1, readroifile(file.name()));
-    EXPECT_EQ(1, I_GetROIType());
-    I_RecallROI(5);
-    EXPECT_EQ(2, I_GetROIType());
-    Points polygon(3);
-    EXPECT_EQ(3, I_GetPolygonROI(polygon.data(), 3));
-    EXPECT_EQ((Points{{10, 10}, {20, 10}, {15, 20}}), polygon);
-}
-
-TEST_F(LiteralRoiStore, FileReadsCommasCommentsAndForeignLines)
-{
-    const TempFile file(
-        ";5 1 2 9 9 9 9\n\n\r\n 3,1,,2, -1 2,3  4 \r\n20 1 2 1 1 1 1\n-1 1 2 1 1 1 1\n4 1 0 1 1 1 1\n"
-        "6 1 2 5 6 7 8");
-    EXPECT_EQ(1, readroifile(file.name()));
-    EXPECT_EQ(0, I_GetError(nullptr, 0));
-    I_RecallROI(3);
-    EXPECT_WINDOW(-1, 2, 3, 4);
-    I_RecallROI(6);
-    EXPECT_WINDOW(5, 6, 7, 8);
-    for (const int32_t slot : {4, 5}) {
-        I_RecallROI(slot);
-        EXPECT_EQ(0, I_GetROIType());
-    }
-}
-
-TEST_F(LiteralRoiStore, FileIsWrittenAsDescribed)
-{
-    I_SaveROI(1); // FullFrame: lost
-    I_SetWindowROI(10, 10, 50, -50);
-    I_SaveROI(0);
-    setPolygon({{10, 10}, {20, 10}, {15, 20}});
-    I_SaveROI(12);
-    const TempFile file;
-    EXPECT_EQ(1, writeroifile(file.name()));
-    EXPECT_EQ(
-        ";ROI DEFINITIONS\n;number type size points\n 0 1  2 10 10 50 -50 \n12 2  3 10 10 20 10 15 20 \n",
-        file.text());
-    roiSlot(0).count = roiSlot(12).count = 0;
-    EXPECT_EQ(1, readroifile(file.name()));
-    I_RecallROI(0);
-    EXPECT_WINDOW(10, 10, 50, -50);
-}
-
-TEST_F(LiteralRoiStore, EarlyEndLosesThePointsOnly)
-{
-    setPolygon({{1, 1}, {5, 1}, {5, 5}, {2, 9}});
-    I_SaveROI(7);
-    const TempFile file("7 1 2 30 31 32\n8 1 2 1 2 3 4\n");
-    EXPECT_EQ(1, readroifile(file.name()));
-    EXPECT_THAT(errorText(), HasSubstr("ROI string error, ROI#7"));
-    EXPECT_EQ(1, I_GetError(nullptr, 0));
-    EXPECT_EQ(2, roiSlot(7).type);
-    EXPECT_EQ(4, roiSlot(7).count);
-    I_RecallROI(7);
-    Points polygon(4);
-    EXPECT_EQ(4, I_GetPolygonROI(polygon.data(), 4));
-    EXPECT_EQ((VexaPoint{30, 31}), polygon[0]);
-    I_RecallROI(8);
-    EXPECT_WINDOW(1, 2, 3, 4);
 }
 
 TEST_F(LiteralRoiStore, windowdupAndWindowpaste)
@@ -661,28 +530,6 @@ TEST_F(AgainstReferenceRoiStore, CombinationIsTheExclusiveOr)
     closeImages({im});
 }
 
-TEST_F(AgainstReferenceRoiStore, TextKeepsEveryRegion)
-{
-    std::mt19937 random(5);
-    const TempFile file;
-    for (int32_t round = 0; round < 50; ++round) {
-        Points points(1 + random() % 99);
-        for (VexaPoint& point : points)
-            point = {static_cast<int32_t>(random()), static_cast<int32_t>(random())};
-        points[0] = {kLowest, kHighest};
-        setPolygon(points);
-        I_SaveROI(round % 20);
-        EXPECT_EQ(1, writeroifile(file.name()));
-        roiSlot(round % 20).count = 0;
-        EXPECT_EQ(1, readroifile(file.name()));
-        I_SetROIType(0);
-        I_RecallROI(round % 20);
-        Points back(99);
-        back.resize(static_cast<std::size_t>(I_GetPolygonROI(back.data(), 99)));
-        ASSERT_EQ(points, back);
-    }
-}
-
 TEST_F(BoundsRoiStore, SlotsOutsideTheStore)
 {
     for (const int32_t slot : {20, 21, -1, kHighest, kLowest}) {
@@ -696,29 +543,6 @@ TEST_F(BoundsRoiStore, SlotsOutsideTheStore)
         I_CombineROIs(slot, 0, 1, 0);
         I_CombineROIs(0, slot, 1, 0);
     }
-}
-
-TEST_F(BoundsRoiStore, WildFiles)
-{
-    std::string wide = "2 3 9000";
-    for (int32_t i = 0; i < 9000; ++i)
-        wide += " 10 10";
-    const std::string texts[] = {
-        "0 2 2147483647 1 1\n", "1 2 99999999999999 1 1\n", "hello world foo bar\n",
-        "5\n5 2\n5 2 3\n",      wide + "\n3 1 2 1 2 3 4\n", "4 77 1 1 1\n",
-        "6 2 3 a b c d e f\n",  std::string(50000, ' '),    std::string(20000, '9') + " 1 1 1 1"};
-    for (const std::string& text : texts) {
-        const TempFile file(text);
-        EXPECT_EQ(1, readroifile(file.name()));
-        for (int32_t slot = 0; slot < 20; ++slot)
-            I_RecallROI(slot);
-    }
-    I_RecallROI(3); // what follows a line that is too long is a line of its own again
-    EXPECT_WINDOW(1, 2, 3, 4);
-    I_RecallROI(6);
-    Points polygon(3);
-    EXPECT_EQ(3, I_GetPolygonROI(polygon.data(), 3));
-    EXPECT_EQ((Points{{0, 0}, {0, 0}, {0, 0}}), polygon);
 }
 
 TEST_F(BoundsRoiStore, RunsLeftOfTheImageAreClearedInsideIt)
@@ -747,30 +571,6 @@ TEST_F(BoundsRoiStore, ExtremeRectangles)
             closeImages({copy});
         }
     closeImages({im});
-}
-
-TEST_F(FailuresRoiStore, FilesThatCannotBeOpened)
-{
-    EXPECT_EQ(0, readroifile("/no/such/directory/some.roi"));
-    EXPECT_THAT(errorText(), HasSubstr("/no/such/directory/some.roi"));
-    EXPECT_EQ(16, I_GetError(nullptr, 0));
-    EXPECT_EQ(0, writeroifile("/no/such/directory/some.roi"));
-    EXPECT_THAT(errorText(), HasSubstr("/no/such/directory/some.roi"));
-    EXPECT_EQ(16, I_GetError(nullptr, 0));
-    EXPECT_EQ(0, readroifile(nullptr));
-    EXPECT_EQ(16, I_GetError(nullptr, 0));
-    EXPECT_EQ(0, writeroifile(nullptr));
-    EXPECT_EQ(16, I_GetError(nullptr, 0));
-}
-
-TEST_F(FailuresRoiStore, DiskThatIsFull)
-{
-    if (access("/dev/full", W_OK) != 0)
-        GTEST_SKIP() << "no such device here";
-    I_SetWindowROI(1, 2, 3, 4);
-    I_SaveROI(0);
-    EXPECT_EQ(0, writeroifile("/dev/full"));
-    EXPECT_EQ(16, I_GetError(nullptr, 0));
 }
 
 TEST_F(FailuresRoiStore, NoMemoryForASlot)
@@ -837,26 +637,8 @@ TEST_F(FailuresRoiStore, NoMemoryWhileCombining)
     closeImages({im});
 }
 
-TEST_F(FailuresRoiStore, NoMemoryForTexts)
+TEST_F(FailuresRoiStore, NoMemoryForACircle)
 {
-    I_SetWindowROI(1, 1, 2, 1);
-    I_SaveROI(3);
-    const TempFile file;
-    forEachFailingAllocation([&] { return writeroifile(file.name()); },
-                             [&](int64_t result) {
-                                 EXPECT_EQ(0, result);
-                                 EXPECT_THAT(errorText(), HasSubstr("getroistring"));
-                                 EXPECT_EQ(2, I_GetError(nullptr, 0));
-                             });
-    EXPECT_EQ(1, writeroifile(file.name()));
-    failAllocation(1, false);
-    EXPECT_EQ(0, readroifile(file.name()));
-    EXPECT_THAT(errorText(), HasSubstr("readroifile:"));
-    failAllocation(2, false);
-    EXPECT_EQ(1, readroifile(file.name()));
-    EXPECT_THAT(errorText(), HasSubstr("readroifile():"));
-    failAllocation(0, false);
-    EXPECT_EQ(0, roiSlot(3).count);
     int32_t n = 0;
     failAllocation(1, false);
     EXPECT_EQ(nullptr, I_MakeCircleList(0.0F, 0.0F, 3.0F, 1.0F, &n));
