@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cstdlib>
 #include <utility>
 
@@ -237,7 +238,12 @@ bool passesCache(const Operand& dest, const Processing& processing)
 auto passCacheGuard(bool passes)
 {
     const bool before = std::exchange(state.resultPassesCache, passes);
-    return Guard([before] { state.resultPassesCache = before; });
+    return Guard([=] {
+        state.resultPassesCache = before;
+        // Stores past the cache keep no order of themselves: another thread that is told of the result must see it.
+        if (passes)
+            std::atomic_thread_fence(std::memory_order_seq_cst);
+    });
 }
 
 auto positionGuard()

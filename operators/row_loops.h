@@ -27,7 +27,7 @@ bool independent(const Placed<Pixel>* dest, const Placed<Pixel>* source, int32_t
     return dest == source || std::less_equal<>{}(dest + n, source) || std::less_equal<>{}(source + n, dest);
 }
 
-// Copies past the cache, in whole lines where the destination has them.
+// Copies past the cache, in whole lines where the destination has them. The frame orders the stores at its end.
 inline void storePastCache(void* dest, const void* lines, int64_t bytes)
 {
     auto* to = static_cast<uint8_t*>(dest);
@@ -46,7 +46,6 @@ inline void storePastCache(void* dest, const void* lines, int64_t bytes)
 #endif
     }
     std::memcpy(to + at, from + at, static_cast<std::size_t>(bytes - at));
-    _mm_sfence();
 #else
     std::memcpy(to, from, static_cast<std::size_t>(bytes));
 #endif

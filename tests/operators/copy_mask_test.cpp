@@ -281,6 +281,17 @@ TEST_P(BoundsCopy, OverlappingSubimagesCopyAsIfFromACopy)
     closeImages({from, to});
 }
 
+TEST_P(BoundsCopy, ASubimageBelowItselfIsCopiedRowByRow)
+{
+    // Rows without a gap: what one row has received, the next one hands on.
+    const int32_t parent = counting(16, 8);
+    const int32_t from = I_ImOpenSubimage(0, 0, 16, 6, parent);
+    const int32_t to = I_ImOpenSubimage(0, 2, 16, 6, parent);
+    EXPECT_EQ(1, I_CopyROI(from, to));
+    EXPECT_EQ(expectedBytes(16, 8, [](int32_t x, int32_t y) { return y % 2 * 16 + x; }), bytesOf(parent));
+    closeImages({from, to});
+}
+
 TEST_P(BoundsCopy, LargeImagesAtOddPlaces)
 {
     const int32_t src = byteImage(4001, 2300);
