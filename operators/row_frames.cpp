@@ -187,16 +187,26 @@ void enterBlock(const Block& block, int32_t type)
                       static_cast<int32_t>(block.y)};
 }
 
-// Calls the row function down the block, once where the rows may be joined and lie one behind the other.
+// True where the rows lie one behind the other, and a result is never a source of a later row.
+template <std::size_t Count>
+bool joinable(const Block& block, const std::array<Rows, Count>& rows, const Processing& processing)
+{
+    const int64_t rowBytes = block.width * processing.bytes;
+    const auto dest = reinterpret_cast<uintptr_t>(rows.back().first);
+    return std::all_of(rows.begin(), rows.end(), [&](const Rows& operand) {
+        const auto distance = static_cast<int64_t>(reinterpret_cast<uintptr_t>(operand.first) - dest);
+        return operand.step == rowBytes && (distance == 0 || std::abs(distance) >= rowBytes * block.height);
+    });
+}
+
+// Calls the row function down the block, once where the rows may be joined.
 template <std::size_t Count, typename Call>
 void callRows(const Block& block, const std::array<Rows, Count>& rows, const Processing& processing,
               RowCalls calls, Call call)
 {
-    const int64_t rowBytes = block.width * processing.bytes;
     const int64_t elements = block.width * processing.elementsPerPixel;
-    bool joined = calls == RowCalls::joined && elements * block.height <= INT32_MAX / 2;
-    for (const Rows& operand : rows)
-        joined = joined && operand.step == rowBytes;
+    const bool joined = calls == RowCalls::joined && elements * block.height <= INT32_MAX / 2 &&
+                        joinable(block, rows, processing);
     std::array<uint8_t*, Count> at;
     for (int64_t y = 0; y < (joined ? 1 : block.height); ++y) {
         for (std::size_t i = 0; i < Count; ++i)

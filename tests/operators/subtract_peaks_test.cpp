@@ -322,8 +322,13 @@ TEST_P(FailuresSubtractPeaks, NoMemoryForTheWorkingDestination)
     const int32_t im = noiseImage(9, 9, 1);
     const Messages messages;
     const int32_t open = I_ImCount();
-    forEachFailingAllocation([&] { return I_Subtract1Ex(im, im, 0, 0.0F, 0.0F, 1, 1.0F, nullptr); },
-                             [&](int64_t) { EXPECT_EQ(open, I_ImCount()); });
+    for (int64_t n = 1; n < 8; ++n)
+        for (const bool persistent : {false, true}) {
+            vexa::failAllocation(n, persistent);
+            I_Subtract1Ex(im, im, 0, 0.0F, 0.0F, 1, 1.0F, nullptr);
+            vexa::failAllocation(0, false);
+            EXPECT_EQ(open, I_ImCount());
+        }
 }
 
 TEST_P(FailuresSubtractPeaks, ImagesThatAreNotOpen)
