@@ -38,9 +38,9 @@
 /// **Result.** 1; or 0 with the last error set:
 ///
 ///     20 "I_ImGetSize(, im=N)  im. not open"   imDest, the first of two sources, or the only one is no image
-///     24 "I_ImGetSize(, im=N) im. not open"     that is open
-///     2  "I_BinaryOperatorType N bytes"         no memory to convert rows in, which images of the working type
-///     2  "I_UnaryOp N bytes"                    in memory do not need: with two sources, and with one
+///     24 "I_ImGetSize(, im=N) im. not open"    that is open
+///     2  "I_BinaryOperatorType N bytes"        no memory to convert rows in, needed where an image is not in
+///     2  "I_UnaryOp N bytes"                   memory in the working type: with two sources, and with one
 ///
 /// A second source that is not open leaves its error too, but reads as zeros.
 ///
