@@ -308,7 +308,9 @@ void ConvertPixelType(const void* source, int32_t sourceType, void* dest, int32_
 void* I_ArrayConvert(const void* source, int32_t sourceType, void* dest, int32_t destType, int32_t n)
 {
     if (!dest) {
-        dest = allocateForCaller(std::max(n, 0), typeBytes(destType));
+        // The 15-bit layout counts as one byte in the table of types and is written as two.
+        const int64_t bytes = destType == kTypeRGB15 ? 2 : typeBytes(destType);
+        dest = allocateForCaller(std::max(n, 0), bytes);
         if (malloctest(dest, "I_ArrayConvert Npix=%d", n))
             return nullptr;
     }

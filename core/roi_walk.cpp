@@ -182,7 +182,8 @@ float I_SetCachingChunkMB(const float* megabytes)
 int32_t pPolygonArea(const void* points, int32_t count, int32_t pointBytes)
 {
     VexaPoint polygon[vexa::kMostPolygonPoints];
-    const int32_t n = points ? std::min(count, vexa::kMostPolygonPoints) : 0;
+    // A count that the polygon refuses is not believed: the points behind it may not exist.
+    const int32_t n = points && count <= vexa::kMostPolygonPoints ? count : 0;
     for (int32_t i = 0; i < n; ++i)
         polygon[i] = vexa::pointAt(points, i, pointBytes);
     if (!I_SetPolygonROI(points ? polygon : nullptr, count))
