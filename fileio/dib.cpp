@@ -332,7 +332,7 @@ int32_t CopyDIB(void* dib, void* buffer, int32_t offset, int32_t length, int32_t
     if (!block)
         return 0;
     const Guard unlock([dib] { vexaGlobalUnlock(dib); });
-    const auto size = static_cast<int64_t>(std::min<size_t>(vexaGlobalSize(dib), INT64_MAX));
+    const auto size = static_cast<int64_t>(std::min<size_t>(vexaGlobalSize(dib), PTRDIFF_MAX));
     const int64_t bytes = std::min<int64_t>(length, size - offset);
     if (bytes < 1)
         return 1;
