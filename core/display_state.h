@@ -31,12 +31,12 @@ struct DisplayState {
 // The one display state of the process.
 DisplayState& displayState();
 
-// Makes the tables if there are none yet, all five as identity; making them under a non-zero colour mode lowers the
-// highest pixel value to 251. False with error 2 where there is no memory.
+// Makes the tables if there are none yet, all five as identity; making them under a non-zero colour mode
+// lowers the highest pixel value to 251. False with error 2 where there is no memory.
 [[nodiscard]] bool ensureDisplayTables();
 
-// Writes the graphics colours into entries 252 to 255: red, green, cyan, white. The tables may be one and the same;
-// blue is then what stays.
+// Writes the graphics colours into entries 252 to 255: red, green, cyan, white. The tables may be one and the
+// same; blue is then what stays.
 void writeGraphicsColors(uint8_t* red, uint8_t* green, uint8_t* blue);
 
 // table[i] = i.

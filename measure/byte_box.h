@@ -9,8 +9,9 @@
 namespace vexa
 {
 
-// Byte images in memory are read in place, all others through a converted copy. Test it before use: an image that is
-// not open or cannot be copied leaves it empty, with the error of the lookup or of the allocation set.
+// Byte images in memory are read in place, all others through a converted copy. Test it before use: an image
+// that is not open or cannot be copied leaves it empty, with the error of the lookup or of the allocation
+// set.
 class ByteBox
 {
 public:

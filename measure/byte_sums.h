@@ -19,6 +19,8 @@ struct ByteSums {
 void addBytes(const void* bytes, int32_t n, ByteSums& sums);
 // The bytes of an image inside the region of interest.
 ByteSums sumImageBytes(int32_t im);
+// About how many pixels that are: those of the region's box.
+int64_t pixelsInBox(int32_t im);
 
 } // namespace vexa
 

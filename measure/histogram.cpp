@@ -5,12 +5,12 @@
 #include <cstring>
 
 #include "measure/byte_box.h"
+#include "measure/byte_sums.h"
 #include "measure/histogram_sums.h"
 #include "measure/store_output.h"
 #include "support/buffer.h"
 #include "support/numbers.h"
 #include "vexalib/frames.h"
-#include "vexalib/image.h"
 #include "vexalib/roi.h"
 #include "vexalib/statistics.h"
 
@@ -24,7 +24,8 @@ struct ByteTally {
     int64_t count;
 };
 
-// A way of counting bytes: rows go into a state of zero bytes, the end adds it to a histogram and tells the count.
+// A way of counting bytes: rows go into a state of zero bytes, the end adds it to a histogram and tells the
+// count.
 struct CountingRows {
     StatsRowFilter row;
     int64_t (*finish)(const void* state, uint32_t* histogram);
@@ -178,12 +179,8 @@ int32_t I_CalcHist(uint32_t* histogram, int32_t im)
     if (!histogram)
         return 0;
     std::fill_n(histogram, kBins, 0U);
-    int32_t cols = 0;
-    int32_t rows = 0;
-    I_ImGetSize(&cols, &rows, nullptr, im);
-    return saturateToInt32(countInto(histogram, int64_t{cols} * rows, [im](StatsRowFilter row, void* tally) {
-        I_DoStatsOpType(im, tally, row, PIX_BYTE);
-    }));
+    const auto feed = [im](StatsRowFilter row, void* tally) { I_DoStatsOpType(im, tally, row, PIX_BYTE); };
+    return saturateToInt32(countInto(histogram, pixelsInBox(im), feed));
 }
 
 int32_t I_HistBuf(const uint8_t* buffer, int32_t length, uint32_t* histogram, int32_t clear)

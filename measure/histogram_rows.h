@@ -3,7 +3,8 @@
 namespace vexa::VEXA_TARGET
 {
 
-// Eight tables in turn: equal neighbours then do not wait for each other's count, and a flat stretch counts at once.
+// Eight tables in turn: equal neighbours then do not wait for each other's count, and a flat stretch counts
+// at once.
 inline void countBytes(const void* row, int32_t n, void* parameter)
 {
     auto& tally = *static_cast<ByteTally*>(parameter);
@@ -37,9 +38,10 @@ inline constexpr CountingRows kCountFew = {countBytes, finishTables, sizeof(Byte
 
 #if VEXA_LEVEL == 3
 
-// Tables store once per byte, and that is their limit. Here bytes are first parted by their two top bits; 64 bytes of
-// one quarter then become eight vectors of one bit per byte, which stands for the byte's value among eight neighbours.
-// Carry-save adders sum such vectors bit by bit: what leaves the last adder has the weight of a whole chunk.
+// Tables store once per byte, and that is their limit. Here bytes are first parted by their two top bits; 64
+// bytes of one quarter then become eight vectors of one bit per byte, which stands for the byte's value among
+// eight neighbours. Carry-save adders sum such vectors bit by bit: what leaves the last adder has the weight
+// of a whole chunk.
 inline constexpr int32_t kAdderLevels = 5;
 inline constexpr int32_t kChunkBytes = 64 << kAdderLevels;
 inline constexpr int32_t kStepBytes = 2048; // parted before the quarters are looked at again
@@ -76,7 +78,8 @@ template <int32_t Level>
 [[gnu::always_inline]] inline __m512i addAndCarry(__m512i* sums, const uint8_t* bytes, __m512i table)
 {
     if constexpr (Level == 0) {
-        // The masked form with all bits set: the plain one is taken for a use of an undefined vector by g++ 12.
+        // The masked form with all bits set: the plain one is taken for a use of an undefined vector by g++
+        // 12.
         return _mm512_maskz_permutexvar_epi8(~uint64_t{0}, _mm512_loadu_si512(bytes), table);
     } else {
         const __m512i a = addAndCarry<Level - 1>(sums, bytes, table);
@@ -111,7 +114,7 @@ inline void countChunk(Quarter& quarter)
 inline void appendBytes(Quarter& quarter, __mmask64 chosen, __m512i bytes)
 {
     _mm512_storeu_si512(quarter.bytes + quarter.waiting, _mm512_maskz_compress_epi8(chosen, bytes));
-    quarter.waiting += static_cast<int32_t>(_mm_popcnt_u64(chosen));
+    quarter.waiting += static_cast<int32_t>(__builtin_popcountll(chosen));
 }
 
 inline void partBytes(const void* row, int32_t n, void* parameter)
@@ -119,8 +122,8 @@ inline void partBytes(const void* row, int32_t n, void* parameter)
     auto& tally = *static_cast<QuarterTally*>(parameter);
     const auto* bytes = static_cast<const uint8_t*>(row);
     tally.count += n;
-    for (int32_t done = 0; done < n;) {
-        const int32_t end = n - done > kStepBytes ? done + kStepBytes : n;
+    for (int64_t done = 0; done < n;) {
+        const int64_t end = n - done > kStepBytes ? done + kStepBytes : n;
         for (; done < end; done += 64) {
             const __mmask64 valid = end - done >= 64 ? ~uint64_t{0} : (uint64_t{1} << (end - done)) - 1;
             const __m512i v = _mm512_maskz_loadu_epi8(valid, bytes + done);
@@ -154,7 +157,7 @@ inline int64_t finishQuarters(const void* state, uint32_t* histogram)
             for (const int64_t part : parts)
                 n += part << kAdderLevels;
             for (int32_t level = 0; level < kAdderLevels; ++level)
-                n += _mm_popcnt_u64(_mm512_test_epi8_mask(group.sums[level], bit)) << level;
+                n += __builtin_popcountll(_mm512_test_epi8_mask(group.sums[level], bit)) << level;
             histogram[64 * q + v] += static_cast<uint32_t>(n);
         }
     }

@@ -62,8 +62,8 @@ void storeCentroid(const Axes& out, double x, double y)
     storeOutput(out.centroid, VexaPointF{static_cast<float>(x), static_cast<float>(y)});
 }
 
-// Calls run(index, first point, last point) for each pair of points that is a run, until one returns false. A pair that
-// is none is left by one point, not by two.
+// Calls run(index, first point, last point) for each pair of points that is a run, until one returns false. A
+// pair that is none is left by one point, not by two.
 template <typename Run>
 void forEachRun(const VexaPoint* points, int32_t count, Run run)
 {
@@ -144,10 +144,8 @@ struct GrayRow {
         double sumXX = 0.0;
         for (int32_t i = 0; i < width; ++i) {
             const int64_t beyond = int64_t{bytes[i]} - threshold;
-            const int64_t weight = above ? beyond + 1 : -beyond;
-            if (weight <= 0)
-                continue;
-            ++*pixels;
+            const int64_t weight = std::max<int64_t>(above ? beyond + 1 : -beyond, 0);
+            *pixels += weight > 0;
             const auto w = static_cast<double>(weight);
             const double place = x + i;
             mass += w;

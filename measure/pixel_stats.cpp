@@ -179,17 +179,14 @@ int32_t pixelStatsByHistogram(int32_t im, const FloatOutputs& out)
     return count;
 }
 
-// Statistics of byte values without a histogram, with the 32-bit sums of one. Where a product of value and count might
-// have wrapped only the histogram tells.
+// Statistics of byte values without a histogram, with the 32-bit sums of one. Where a product of value and
+// count might have wrapped only the histogram tells.
 int32_t pixelStatsOfBytes(int32_t im, const FloatOutputs& out)
 {
-    int32_t cols = 0;
-    int32_t rows = 0;
-    I_ImGetSize(&cols, &rows, nullptr, im);
-    if (int64_t{cols} * rows > kMostExactPixels)
+    if (pixelsInBox(im) > kMostExactPixels)
         return pixelStatsByHistogram(im, out);
     const ByteSums bytes = sumImageBytes(im);
-    if (bytes.count > kMostExactPixels) // a scan list may visit pixels more than once
+    if (bytes.count > kMostExactPixels) // a scan list may visit a pixel more than once
         return pixelStatsByHistogram(im, out);
     const auto wrappedSum = static_cast<int32_t>(static_cast<uint32_t>(bytes.sum));
     const HistogramSums sums{static_cast<uint32_t>(bytes.count), static_cast<double>(wrappedSum),
@@ -230,6 +227,14 @@ ByteSums sumImageBytes(int32_t im)
     ByteSums sums;
     I_DoStatsOpType(im, &sums, VEXA_ROWS(kSumBytes), PIX_BYTE);
     return sums;
+}
+
+int64_t pixelsInBox(int32_t im)
+{
+    VexaBox box{};
+    if (!I_ROIBoundingBox(&box.left, &box.top, &box.right, &box.bottom, im))
+        return 0;
+    return (int64_t{box.right} - box.left + 1) * (int64_t{box.bottom} - box.top + 1);
 }
 
 } // namespace vexa

@@ -183,38 +183,65 @@ inline void sumDifferences(const uint8_t* a, const uint8_t* b, int32_t n, Differ
     }
 }
 
+// The eight lanes of a float sum in as many vectors as the instruction set needs.
+template <typename Value, int32_t Bytes>
+struct Lanes {
+    static constexpr int32_t kPerVector = Bytes / static_cast<int32_t>(sizeof(Value));
+    static constexpr int32_t kVectors = FloatSums::kLanes / kPerVector;
+    using Raw __attribute__((vector_size(Bytes))) = Value;
+    Raw raw[kVectors];
+
+    explicit Lanes(const Value (&from)[FloatSums::kLanes]) { std::memcpy(raw, from, sizeof raw); }
+    void store(Value (&to)[FloatSums::kLanes]) const { std::memcpy(to, raw, sizeof raw); }
+};
+inline constexpr int32_t kDoubleBytes = VEXA_LEVEL == 3 ? 64 : VEXA_LEVEL == 2 ? 32 : 16;
+inline constexpr int32_t kFloatBytes = VEXA_LEVEL == 0 ? 16 : 32;
+using DoubleLanes = Lanes<double, kDoubleBytes>;
+using FloatLanes = Lanes<float, kFloatBytes>;
+
 // Element i goes to partial sum i modulo 8, on every instruction set: the sums are then the same everywhere.
 template <bool Squares>
 void sumFloats(const uint8_t* row, int32_t n, FloatSums& sums)
 {
-    constexpr int32_t kLanes = FloatSums::kLanes;
-    FloatSums s = sums;
+    using Narrow = Lanes<float, kDoubleBytes / 2>::Raw;
+    DoubleLanes sum(sums.sum);
+    DoubleLanes squares(sums.squares);
+    FloatLanes low(sums.low);
+    FloatLanes high(sums.high);
     int32_t i = 0;
-    for (; i <= n - kLanes; i += kLanes) {
-        float values[kLanes];
-        std::memcpy(values, row + sizeof(float) * static_cast<std::size_t>(i), sizeof values);
-        for (int32_t k = 0; k < kLanes; ++k) {
-            const double value = values[k];
-            s.sum[k] += value;
+    for (; i <= n - FloatSums::kLanes; i += FloatSums::kLanes) {
+        const uint8_t* const eight = row + sizeof(float) * static_cast<std::size_t>(i);
+#pragma GCC unroll 4
+        for (int32_t v = 0; v < DoubleLanes::kVectors; ++v) {
+            Narrow narrow;
+            std::memcpy(&narrow, eight + sizeof narrow * static_cast<std::size_t>(v), sizeof narrow);
+            const auto wide = __builtin_convertvector(narrow, DoubleLanes::Raw);
+            sum.raw[v] += wide;
             if constexpr (Squares)
-                s.squares[k] += value * value;
+                squares.raw[v] += wide * wide;
         }
-        for (int32_t k = 0; k < kLanes; ++k)
-            s.low[k] = values[k] < s.low[k] ? values[k] : s.low[k];
-        for (int32_t k = 0; k < kLanes; ++k)
-            s.high[k] = values[k] > s.high[k] ? values[k] : s.high[k];
+#pragma GCC unroll 4
+        for (int32_t v = 0; v < FloatLanes::kVectors; ++v) {
+            FloatLanes::Raw values;
+            std::memcpy(&values, eight + sizeof values * static_cast<std::size_t>(v), sizeof values);
+            low.raw[v] = values < low.raw[v] ? values : low.raw[v];
+            high.raw[v] = values > high.raw[v] ? values : high.raw[v];
+        }
     }
+    sum.store(sums.sum);
+    squares.store(sums.squares);
+    low.store(sums.low);
+    high.store(sums.high);
     for (int32_t k = 0; i < n; ++i, ++k) {
-        float one;
-        std::memcpy(&one, row + sizeof(float) * static_cast<std::size_t>(i), sizeof one);
-        const double value = one;
-        s.sum[k] += value;
+        float value;
+        std::memcpy(&value, row + sizeof value * static_cast<std::size_t>(i), sizeof value);
+        const double wide = value;
+        sums.sum[k] += wide;
         if constexpr (Squares)
-            s.squares[k] += value * value;
-        s.low[k] = one < s.low[k] ? one : s.low[k];
-        s.high[k] = one > s.high[k] ? one : s.high[k];
+            sums.squares[k] += wide * wide;
+        sums.low[k] = value < sums.low[k] ? value : sums.low[k];
+        sums.high[k] = value > sums.high[k] ? value : sums.high[k];
     }
-    sums = s;
 }
 
 inline constexpr StatsRowFilter kSumBytes = sumBytes;

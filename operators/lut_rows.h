@@ -40,9 +40,9 @@ struct VectorTable {
     }
 };
 #elif VEXA_LEVEL == 2
-// A shuffle looks 16 entries up and gives 0 where the top bit of the index is set. Counting the index down by 16 with
-// saturation, step k adds the difference of table parts k and k - 1 until the index is used up: what stands then is the
-// entry. The halves of the table are two such chains, of which one gives 0.
+// A shuffle looks 16 entries up and gives 0 where the top bit of the index is set. Counting the index down by
+// 16 with saturation, step k adds the difference of table parts k and k - 1 until the index is used up: what
+// stands then is the entry. The halves of the table are two such chains, of which one gives 0.
 struct VectorTable {
     static constexpr int32_t kWidth = 64;
     alignas(32) uint8_t steps[16][16];
@@ -135,8 +135,8 @@ void mapElements(const void* source, void* dest, int32_t n, void* parameter)
     }
 }
 
-// The three colour bytes of each pixel through their tables; Bytes per pixel, red, green and blue at their places. What
-// else a pixel holds is copied.
+// The three colour bytes of each pixel through their tables; Bytes per pixel, red, green and blue at their
+// places. What else a pixel holds is copied.
 template <int32_t Bytes, int32_t Red, int32_t Green, int32_t Blue>
 void mapColors(const void* source, void* dest, int32_t n, void* parameter)
 {

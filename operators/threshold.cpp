@@ -115,13 +115,12 @@ int32_t I_NormalizeRange(int32_t imSrc, int32_t imDest, float low, float high, f
     using vexa::state;
     if (imSrc == 0 || imDest == 0)
         return 0;
-    double count = -1.0;
     const int32_t result =
-        I_ComputePixelStats(1, &count, &state.mean, &state.deviation, &state.minimum, &state.maximum, imSrc);
+        I_ComputePixelStats(1, nullptr, &state.mean, &state.deviation, &state.minimum, &state.maximum, imSrc);
     I_PushROI();
     const vexa::Guard restoreRoi([] { I_PopROI(); });
-    if (count < 0.0) // the pixels could not be read
-        return result;
+    if (result == 0) // nothing was measured, so no mapping follows from it
+        return 0;
     if (wholeImage != 0)
         I_SetROIType(0);
     const double limit = I_ImIsFloat(imSrc, nullptr) ? 0.0 : static_cast<double>(maxGain);

@@ -252,8 +252,8 @@ TEST_P(Masked, FailuresOfImages)
     closeImages({im});
 }
 
-// The range search keeps what it found for the life of the process, and these run in one process too: each uses its own
-// offset and width, or values that later tests only extend.
+// The range search keeps what it found for the life of the process, and these run in one process too: each
+// uses its own offset and width, or values that later tests only extend.
 TEST(FloatHistogram, LiteralBinsAndTheirEnds)
 {
     const int32_t im = floatImage(6, 1, [](int32_t x, int32_t) {

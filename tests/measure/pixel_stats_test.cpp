@@ -127,7 +127,8 @@ TEST_P(PixelStats, LiteralBytesEqualTheHistogramsStatistics)
     }
 }
 
-// More than 2 to the 31 in all: I_PixelStats keeps its sum of values in 32 bits, I_ComputePixelStats does not.
+// More than 2 to the 31 in all: I_PixelStats keeps its sum of values in 32 bits, I_ComputePixelStats does
+// not.
 TEST_P(PixelStats, LiteralSumsOfValuesWrapInThirtyTwoBits)
 {
     const int32_t im = byteImage(3000, 3000);

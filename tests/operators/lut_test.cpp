@@ -73,8 +73,8 @@ TEST_P(LutMap, LiteralInPlace)
     closeImages({im});
 }
 
-// A destination that begins a few pixels behind its source: each pixel is read before or after it was written, from
-// left to right.
+// A destination that begins a few pixels behind its source: each pixel is read before or after it was
+// written, from left to right.
 TEST_P(LutMap, BoundsOverlappingSubimagesKeepTheOrderFromLeftToRight)
 {
     for (const int32_t shift : {1, 3, 16, 40, 64, 100, 300}) {

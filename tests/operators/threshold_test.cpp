@@ -193,6 +193,19 @@ TEST_F(Normalize, FailuresOfImagesKeepTheRegionAndTheLastRange)
     closeImages({im});
 }
 
+TEST_F(Normalize, LiteralEmptyRegionMapsNothing)
+{
+    const VexaPoint below[] = {{0, 50}, {3, 50}};
+    for (const int32_t im :
+         {byteImage({{10, 20}}), floatImage(2, 1, [](int32_t x, int32_t) { return 10 + 10 * x; })}) {
+        I_SetScanlistROI(below, 2);
+        EXPECT_EQ(0, I_NormalizeRange(im, im, 0.0F, 100.0F, 0.0F, 1));
+        EXPECT_THAT(rowOf(im, 0), testing::ElementsAre(10, 20));
+        EXPECT_EQ(3, I_GetROIType());
+        closeImages({im});
+    }
+}
+
 TEST_F(Normalize, LiteralLimitedWidensTheRangeAroundItsCenter)
 {
     I_SetColorMode(0);
