@@ -24,11 +24,71 @@ constexpr int32_t kFarRight = std::numeric_limits<int32_t>::max() - 4;
 constexpr LabelPiece kLeftOfAll = {kFarLeft, kFarLeft, 0};
 constexpr LabelPiece kRightOfAll = {kFarRight, kFarRight, 0};
 
-void endAbove(Buffer<LabelPiece>& pieces, int32_t count)
-{
-    pieces[count] = kRightOfAll;
-    pieces[count + 1] = kRightOfAll;
-}
+// The pixels of a row up to some column, on the way through its foreground runs from left to right.
+struct RowJoin {
+    BlobTable& table;
+    uint32_t (*sum)(const uint8_t*, int32_t);
+    const uint8_t* pixels;
+    int32_t y;
+    const LabelPiece* above; // the first reach of the row above that the next run can meet
+    LabelPiece* out;         // where the next piece goes; one stands in front of it
+
+    // The pixels of a run from one on that carry one label as far as is known, and the sum of all that are still to come.
+    struct OpenPiece {
+        int32_t label;
+        int32_t first;
+        uint32_t sum;
+    };
+
+    // False where a record was needed and could not be opened.
+    bool labelRun(const ForegroundRun& run)
+    {
+        // How many steps are due cannot be foreseen, but more than two are rare: no branch for these.
+        above +=
+            static_cast<int32_t>(above[0].last < run.first) + static_cast<int32_t>(above[1].last < run.first);
+        while (above->last < run.first)
+            ++above;
+        // The scan run before this one may end right here.
+        OpenPiece piece = {out[-1].last + 1 == run.first ? out[-1].label : 0, run.first, run.sum};
+        if (piece.label == 0 && above->first <= run.first)
+            piece.label = above->label;
+        if (piece.label == 0 && (piece.label = openBlob(table, run.first, y)) == 0)
+            return false;
+        for (; above->first <= run.last; ++above) {
+            if (above->label != piece.label)
+                mergeWithAbove(piece, above->label, std::max(above->first, run.first),
+                               std::min(above->last, run.last));
+            if (above->last >= run.last)
+                break;
+        }
+        append(piece, run.last, piece.sum);
+        return true;
+    }
+
+    // Columns first to last of a run, under whose label it comes here, lie below the label up: each pixel merges, until
+    // the label comes out as it went in, which makes it a root that stays, or as up, which has nothing to merge with.
+    void mergeWithAbove(OpenPiece& piece, int32_t up, int32_t first, int32_t last)
+    {
+        for (int32_t x = first; x <= last && piece.label != up; ++x) {
+            const int32_t merged = mergeBlobs(table, up, piece.label);
+            if (merged == piece.label)
+                return;
+            if (x > piece.first) {
+                const uint32_t sumBefore = sum(pixels + piece.first, x - piece.first);
+                append(piece, x - 1, sumBefore);
+                piece.first = x;
+                piece.sum -= sumBefore;
+            }
+            piece.label = merged;
+        }
+    }
+
+    void append(const OpenPiece& piece, int32_t last, uint32_t pieceSum)
+    {
+        addPixels(table, piece.label, piece.first, last, y, pieceSum);
+        *out++ = {piece.first, last, piece.label};
+    }
+};
 
 // Labels given out before the table of an earlier condensation was made may lie beyond a later one.
 int32_t newLabel(int32_t label, const int32_t* table, int64_t tableSize)
@@ -74,88 +134,50 @@ const BlobRows& blobRows()
 
 // A piece has at least one pixel, and there are width + 1 columns at most: a region may reach one beyond the image.
 RunLabeller::RunLabeller(int32_t width)
-    : previous_(int64_t{width} + 4), current_(int64_t{width} + 4), scratch_(int64_t{width} + 4),
-      runs_(int64_t{width} / 2 + 2), bounds_(int64_t{width} + 3)
+    : previous_(int64_t{width} + 3), current_(int64_t{width} + 3), scratch_(int64_t{width} + 3),
+      reaches_(int64_t{width} + 4), runs_(int64_t{width} / 2 + 2), bounds_(int64_t{width} + 3 + kSpareBounds)
 {
     if (!*this)
         return;
     for (Buffer<LabelPiece>* pieces : {&previous_, &current_, &scratch_})
         (*pieces)[0] = kLeftOfAll;
-    endAbove(previous_, previousCount_);
+    findReaches();
 }
 
 RunLabeller::operator bool() const
 {
-    return previous_ && current_ && scratch_ && runs_ && bounds_;
-}
-
-// Where the pixels begin and end that take the label of piece i of the row above: its own columns, and one on either
-// side by the diagonals. The piece to the upper right wins over the one to the upper left.
-int32_t RunLabeller::aboveFirst(int32_t i) const
-{
-    return previous_[i].first - (previous_[i - 1].last + 1 != previous_[i].first);
-}
-int32_t RunLabeller::aboveLast(int32_t i) const
-{
-    return previous_[i].last + (previous_[i + 1].first > previous_[i].last + 2);
-}
-
-void RunLabeller::append(int32_t first, int32_t last, int32_t label)
-{
-    LabelPiece& tail = current_[currentCount_ - 1];
-    if (currentCount_ > runStart_ && tail.label == label && tail.last + 1 == first)
-        tail.last = last;
-    else
-        current_[currentCount_++] = {first, last, label};
+    return previous_ && current_ && scratch_ && reaches_ && runs_ && bounds_;
 }
 
 bool RunLabeller::label(const uint8_t* pixels, int32_t first, int32_t last, int32_t y,
                         const ForegroundSet& foreground)
 {
+    const BlobRows& rows = blobRows();
+    const int32_t count =
+        rows.findRuns(pixels + first, last - first + 1, first, foreground, bounds_.data(), runs_.data());
     runStart_ = currentCount_;
-    const int32_t count = blobRows().findRuns(pixels + first, last - first + 1, first, foreground,
-                                              bounds_.data(), runs_.data());
-    for (int32_t i = 0; i < count; ++i)
-        if (!labelRun(runs_[i], pixels, y))
-            return false;
-    return true;
+    RowJoin join = {
+        blobTable(), rows.sum, pixels, y, reaches_.data() + above_, current_.data() + currentCount_};
+    int32_t labelled = 0;
+    while (labelled < count && join.labelRun(runs_[labelled]))
+        ++labelled;
+    above_ = join.above - reaches_.data();
+    currentCount_ = static_cast<int32_t>(join.out - current_.data());
+    return labelled == count;
 }
 
-bool RunLabeller::labelRun(const ForegroundRun& run, const uint8_t* pixels, int32_t y)
+// Where the pixels begin and end that take the label of a piece of the row above: its own columns, and one on either
+// side by the diagonals. The piece to the upper right wins over the one to the upper left.
+void RunLabeller::findReaches()
 {
-    while (aboveLast(above_) < run.first)
-        ++above_;
-    const LabelPiece& before = current_[currentCount_ - 1];
-    int32_t left = before.last + 1 == run.first ? before.label : 0;
-    uint32_t sumLeft = run.sum;
-    for (int32_t x = run.first; x <= run.last;) {
-        int32_t end = run.last;
-        if (x < aboveFirst(above_)) {
-            end = std::min(end, aboveFirst(above_) - 1);
-            if (left == 0 && (left = openBlob(x, y)) == 0)
-                return false;
-        } else {
-            end = std::min(end, aboveLast(above_));
-            const int32_t up = previous_[above_].label;
-            if (left != 0 && left != up) {
-                const int32_t merged = mergeBlobs(up, left);
-                // A label that comes out as it went in is a root now and stays for as long as up does. Otherwise the
-                // next pixel may get yet another one from its merge.
-                if (merged != up && merged != left)
-                    end = x;
-                left = merged;
-            } else {
-                left = up;
-            }
-        }
-        const uint32_t sum = end == run.last ? sumLeft : blobRows().sum(pixels + x, end - x + 1);
-        sumLeft -= sum;
-        addPixels(left, x, end, y, sum);
-        append(x, end, left);
-        x = end + 1;
-        above_ += x > aboveLast(above_);
+    previous_[previousCount_] = kRightOfAll;
+    for (int32_t i = 1; i < previousCount_; ++i) {
+        const LabelPiece& piece = previous_[i];
+        reaches_[i] = {piece.first - (previous_[i - 1].last + 1 != piece.first),
+                       piece.last + (previous_[i + 1].first > piece.last + 2), piece.label};
     }
-    return true;
+    reaches_[previousCount_] = reaches_[previousCount_ + 1] = kRightOfAll;
+    above_ = 1;
 }
 
 void RunLabeller::remap(int32_t first, int32_t last, const int32_t* table, int64_t tableSize)
@@ -173,16 +195,14 @@ void RunLabeller::remap(int32_t first, int32_t last, const int32_t* table, int64
     };
     remapPieces(previous_, previousCount_);
     remapPieces(current_, currentCount_);
-    endAbove(previous_, previousCount_);
-    above_ = 1;
+    findReaches();
 }
 
 void RunLabeller::nextRow()
 {
     std::swap(previous_, current_);
     previousCount_ = std::exchange(currentCount_, 1);
-    endAbove(previous_, previousCount_);
-    above_ = 1;
+    findReaches();
 }
 
 PixelLabeller::PixelLabeller(int32_t width) : previous_(int64_t{width} + 3), current_(int64_t{width} + 3) {}
@@ -195,6 +215,7 @@ PixelLabeller::operator bool() const
 bool PixelLabeller::label(const uint8_t* pixels, int32_t first, int32_t last, int32_t y,
                           const ForegroundSet& foreground)
 {
+    BlobTable& table = blobTable();
     const int32_t* previous = previous_.data() + 1;
     int32_t* current = current_.data() + 1;
     for (int32_t x = first; x <= last; ++x) {
@@ -204,14 +225,14 @@ bool PixelLabeller::label(const uint8_t* pixels, int32_t first, int32_t last, in
         if (label == 0)
             label = previous[x + 1] != 0 ? previous[x + 1] : previous[x - 1];
         const int32_t left = current[x - 1];
-        if (label == 0 && left == 0 && (label = openBlob(x, y)) == 0)
+        if (label == 0 && left == 0 && (label = openBlob(table, x, y)) == 0)
             return false;
         if (label == 0)
             label = left;
         else if (left != 0 && left != label)
-            label = mergeBlobs(label, left);
+            label = mergeBlobs(table, label, left);
         current[x] = label;
-        addPixels(label, x, x, y, pixels[x]);
+        addPixels(table, label, x, x, y, pixels[x]);
     }
     return true;
 }

@@ -38,9 +38,13 @@ struct ForegroundSet {
     std::array<uint8_t, 32> byNibbles = {};
 };
 
+// Whole vectors of bounds are stored.
+inline constexpr int32_t kSpareBounds = 16;
+
 // Row functions, one set per instruction set.
 struct BlobRows {
-    // The foreground runs of n pixels, of which the first is at x; the result is their number. bounds has room for n + 2.
+    // The foreground runs of n pixels, of which the first is at x; the result is their number. bounds has room for
+    // n + 1 and kSpareBounds more.
     int32_t (*findRuns)(const uint8_t* pixels, int32_t n, int32_t x, const ForegroundSet& foreground,
                         int32_t* bounds, ForegroundRun* runs);
     uint32_t (*sum)(const uint8_t* pixels, int32_t n);
@@ -75,21 +79,20 @@ public:
     void nextRow();
 
 private:
-    bool labelRun(const ForegroundRun& run, const uint8_t* pixels, int32_t y);
-    void append(int32_t first, int32_t last, int32_t label);
-    int32_t aboveFirst(int32_t i) const;
-    int32_t aboveLast(int32_t i) const;
+    void findReaches();
 
-    // Both begin with a piece left of everything; the row above also ends with one right of everything.
+    // All but the reaches begin with a piece left of everything, the row above ends with one right of
+    // everything, the reaches with two.
     Buffer<LabelPiece> previous_;
     Buffer<LabelPiece> current_;
     Buffer<LabelPiece> scratch_;
+    Buffer<LabelPiece> reaches_; // of the row above: the columns that take each piece's label
     Buffer<ForegroundRun> runs_;
     Buffer<int32_t> bounds_;
     int32_t previousCount_ = 1;
     int32_t currentCount_ = 1;
     int32_t runStart_ = 1; // the first piece of the scan run in hand
-    int32_t above_ = 1;    // the first piece of the row above that the next run can meet
+    int64_t above_ = 1;    // the first reach that the next run can meet
 };
 
 // The rule pixel by pixel, for scan lists whose runs overlap, go back or leave the image.

@@ -18,45 +18,48 @@ namespace
 
 constexpr int32_t kBlobTableFull = 35;
 constexpr int32_t kMostBlobs = 65520;
+constexpr int32_t kFirstRecords = 2000;
 constexpr int32_t kGrowth = 250;
 constexpr double kGrowthFactor = 1.41;
 
 BlobTable table;
 
-// Null for a number without a record: one above 65520 that the table did not grow for.
-BlobRecord* recordOf(int32_t label)
+int32_t grownCapacity(int32_t capacity)
 {
-    return label < table.capacity ? table.records + label : nullptr;
+    return std::max(capacity + kGrowth, truncToInt32(capacity * kGrowthFactor));
 }
 
-// The same for writing. A label that a condensation did not reach may be above the count.
-BlobRecord* touchRecord(int32_t label)
+// Where a table stands that has grown as far as the limit lets it. Beyond the most blobs nothing grows.
+int32_t lastCapacity()
 {
-    BlobRecord* record = recordOf(label);
-    if (record)
-        table.touched = std::max(table.touched, label);
-    return record;
+    int32_t capacity = 0;
+    while (capacity < table.limit && capacity <= kMostBlobs)
+        capacity = grownCapacity(capacity);
+    return capacity;
 }
 
-int32_t parentOrSelf(int32_t label)
+// Makes room for so many records, and for those of the next steps too, since moving them costs more than the memory.
+bool reserveRecords(int32_t capacity)
 {
-    const BlobRecord* record = recordOf(label);
-    return record && record->parent != 0 ? record->parent : label;
-}
-
-// The limit is tested before growing, so the capacity passes it.
-bool growTable()
-{
-    if (table.capacity >= table.limit)
-        return false;
-    const int32_t byFactor = truncToInt32(table.capacity * kGrowthFactor);
-    const int32_t capacity = std::max(saturateToInt32(int64_t{table.capacity} + kGrowth), byFactor);
-    auto* records = static_cast<BlobRecord*>(allocateBlock(capacity, sizeof(BlobRecord)));
+    if (capacity <= table.reserved)
+        return true;
+    const int32_t reserved = std::min(std::max(kFirstRecords, 4 * capacity), lastCapacity());
+    auto* records = static_cast<BlobRecord*>(allocateBlock(reserved, sizeof(BlobRecord)));
     if (!records)
         return false;
     if (table.records)
         std::memcpy(records, table.records, sizeof(BlobRecord) * static_cast<std::size_t>(table.capacity));
     releaseBlock(std::exchange(table.records, records));
+    table.reserved = reserved;
+    return true;
+}
+
+// The limit is tested before growing, so the capacity passes it.
+bool growTable()
+{
+    const int32_t capacity = grownCapacity(table.capacity);
+    if (table.capacity >= table.limit || !reserveRecords(capacity))
+        return false;
     table.capacity = capacity;
     return true;
 }
@@ -87,63 +90,30 @@ BlobTable& blobTable()
 
 const BlobRecord* findBlob(int32_t blob)
 {
-    if (blob < 0 || blob >= table.count)
+    if (blob < 0 || blob >= table.count || !hasRecord(table, blob + 1))
         return nullptr;
-    return recordOf(blob + 1);
+    return table.records + blob + 1;
 }
 
-int32_t openBlob(int32_t x, int32_t y)
+int32_t openBlob(BlobTable& blobs, int32_t x, int32_t y)
 {
-    if (table.count < std::numeric_limits<int32_t>::max())
-        ++table.count;
-    const int32_t label = table.count;
+    if (blobs.count < std::numeric_limits<int32_t>::max())
+        ++blobs.count;
+    const int32_t label = blobs.count;
     if (label > kMostBlobs) {
         I_SetError(kBlobTableFull, "Too many blobs:#%d", label);
     } else {
         // Required: a table that is full leaves the count one too high, which condensation corrects.
-        if (label >= table.capacity && !growTable())
+        if (label >= blobs.capacity && !growTable())
             return 0;
-        table.records[label] = {};
+        blobs.records[label] = {};
     }
-    if (BlobRecord* record = touchRecord(label)) {
-        record->firstX = x;
-        record->firstY = y;
+    if (hasRecord(blobs, label)) {
+        BlobRecord& record = touchRecord(blobs, label);
+        record.firstX = x;
+        record.firstY = y;
     }
     return label;
-}
-
-void addPixels(int32_t label, int32_t first, int32_t last, int32_t y, uint32_t sum)
-{
-    BlobRecord* record = touchRecord(label);
-    if (!record)
-        return;
-    const int64_t n = int64_t{last} - first + 1;
-    if (record->pixelCount == 0) {
-        record->left = first;
-        record->right = last;
-        record->top = record->bottom = y;
-    } else {
-        record->left = std::min(record->left, first);
-        record->right = std::max(record->right, last);
-        record->top = std::min(record->top, y);
-        record->bottom = std::max(record->bottom, y);
-    }
-    record->pixelCount += static_cast<uint32_t>(n);
-    record->sumIntensity += sum;
-    record->sumX += static_cast<double>((int64_t{first} + last) * n / 2);
-    record->sumY += static_cast<double>(n * y);
-}
-
-int32_t mergeBlobs(int32_t a, int32_t b)
-{
-    a = parentOrSelf(a);
-    b = parentOrSelf(b);
-    if (a == b)
-        return a;
-    // Required: a parent that is there already is replaced, not followed.
-    if (BlobRecord* larger = touchRecord(std::max(a, b)))
-        larger->parent = std::min(a, b);
-    return std::min(a, b);
 }
 
 int64_t remapTableSize()

@@ -131,19 +131,20 @@ struct AnyBits {
 inline uint32_t sumBytes(const uint8_t* pixels, int32_t n)
 {
 #if VEXA_LEVEL == 3
-    if (n <= 16) {
-        const auto lanes = static_cast<__mmask16>((1U << n) - 1);
-        const __m128i two = _mm_sad_epu8(_mm_maskz_loadu_epi8(lanes, pixels), _mm_setzero_si128());
-        return static_cast<uint32_t>(_mm_cvtsi128_si32(two) + _mm_extract_epi16(two, 4));
-    }
-    __m512i sums = _mm512_setzero_si512();
-    for (; n > 64; n -= 64, pixels += 64)
-        sums = _mm512_add_epi64(sums, _mm512_sad_epu8(_mm512_loadu_si512(pixels), _mm512_setzero_si512()));
-    const __m512i rest = _mm512_maskz_loadu_epi8(~uint64_t{0} >> (64 - n), pixels);
-    sums = _mm512_add_epi64(sums, _mm512_sad_epu8(rest, _mm512_setzero_si512()));
-    uint64_t lanes[8];
-    _mm512_storeu_si512(lanes, sums);
-    return static_cast<uint32_t>(std::accumulate(lanes, lanes + 8, uint64_t{0}));
+    __m256i sums = _mm256_setzero_si256();
+    for (; n > 64; n -= 32, pixels += 32)
+        sums = _mm256_add_epi64(sums,
+                                _mm256_sad_epu8(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(pixels)),
+                                                _mm256_setzero_si256()));
+    // 64 pixels or fewer without a branch on their number.
+    const uint64_t lanes = _bzhi_u64(~uint64_t{0}, static_cast<uint32_t>(n));
+    const __m256i first = _mm256_maskz_loadu_epi8(static_cast<__mmask32>(lanes), pixels);
+    const __m256i second = _mm256_maskz_loadu_epi8(static_cast<__mmask32>(lanes >> 32), pixels + 32);
+    sums = _mm256_add_epi64(sums, _mm256_add_epi64(_mm256_sad_epu8(first, _mm256_setzero_si256()),
+                                                   _mm256_sad_epu8(second, _mm256_setzero_si256())));
+    const __m128i two = _mm_add_epi64(_mm256_castsi256_si128(sums), _mm256_extracti128_si256(sums, 1));
+    return static_cast<uint32_t>(_mm_cvtsi128_si32(two)) +
+           static_cast<uint32_t>(_mm_cvtsi128_si32(_mm_srli_si128(two, 8)));
 #else
     __m128i sums = _mm_setzero_si128();
     for (; n >= 16; n -= 16, pixels += 16)
@@ -168,6 +169,31 @@ inline uint32_t sumBytes(const uint8_t* pixels, int32_t n)
 #endif
 }
 
+// Appends offset and the places of the bits of a word, in rising order.
+inline int32_t* appendPlaces(uint64_t bits, int32_t offset, int32_t* out)
+{
+#if VEXA_LEVEL == 3
+    alignas(64) static constexpr auto kPlaces = [] {
+        std::array<uint8_t, 64> places{};
+        std::iota(places.begin(), places.end(), uint8_t{0});
+        return places;
+    }();
+    const int32_t n = std::popcount(bits);
+    uint8_t places[64];
+    _mm512_storeu_si512(places, _mm512_maskz_compress_epi8(bits, _mm512_load_si512(kPlaces.data())));
+    for (int32_t i = 0; i < n; i += 16) {
+        const __m128i next = _mm_loadu_si128(reinterpret_cast<const __m128i*>(places + i));
+        const __m512i wide = _mm512_maskz_cvtepu8_epi32(0xFFFF, next);
+        _mm512_storeu_si512(out + i, _mm512_add_epi32(wide, _mm512_set1_epi32(offset)));
+    }
+    return out + n;
+#else
+    for (; bits != 0; bits &= bits - 1)
+        *out++ = offset + std::countr_zero(bits);
+    return out;
+#endif
+}
+
 // The columns at which the foreground begins and ends, in turn; an end is the column behind the last pixel.
 template <typename Bits>
 int32_t findBounds(const uint8_t* pixels, int32_t n, int32_t x, const Bits& bitsOf64, int32_t* bounds)
@@ -175,9 +201,10 @@ int32_t findBounds(const uint8_t* pixels, int32_t n, int32_t x, const Bits& bits
     int32_t* out = bounds;
     uint64_t inside = 0;
     const auto scan = [&](uint64_t bits, int32_t at) {
-        for (uint64_t changes = bits ^ (bits << 1 | inside); changes != 0; changes &= changes - 1)
-            *out++ = at + std::countr_zero(changes);
+        const uint64_t changes = bits ^ (bits << 1 | inside);
         inside = bits >> 63;
+        if (changes != 0)
+            out = appendPlaces(changes, at, out);
     };
     int32_t i = 0;
     for (; i + 64 <= n; i += 64)
@@ -204,21 +231,58 @@ inline int32_t findRuns(const uint8_t* pixels, int32_t n, int32_t x, const Foreg
     return count / 2;
 }
 
+#if VEXA_LEVEL == 3
+inline void storeLanes(uint8_t* to, uint64_t lanes, uint8_t value)
+{
+    _mm512_mask_storeu_epi8(to, lanes, _mm512_set1_epi8(static_cast<char>(value)));
+}
+inline void storeLanes(uint16_t* to, uint64_t lanes, uint16_t value)
+{
+    _mm512_mask_storeu_epi16(to, static_cast<__mmask32>(lanes),
+                             _mm512_set1_epi16(static_cast<int16_t>(value)));
+}
+inline void storeLanes(int32_t* to, uint64_t lanes, int32_t value)
+{
+    _mm512_mask_storeu_epi32(to, static_cast<__mmask16>(lanes), _mm512_set1_epi32(value));
+}
+
+// The background in one go, the pieces over it: two vectors of each without a branch on its length.
+template <typename Pixel>
+void paint(const LabelPiece* pieces, int32_t count, int32_t first, int32_t last, Pixel* row)
+{
+    constexpr int32_t kLanes = 64 / static_cast<int32_t>(sizeof(Pixel));
+    constexpr uint64_t kAllLanes = ~uint64_t{0} >> (64 - kLanes);
+    const auto lowest = [](int32_t n) {
+        return _bzhi_u64(kAllLanes, static_cast<uint32_t>(std::clamp(n, 0, 64)));
+    };
+    if (first > last)
+        return;
+    std::memset(row + first, 0, sizeof(Pixel) * static_cast<std::size_t>(last - first + 1));
+    for (int32_t i = 0; i < count; ++i) {
+        const int32_t from = std::max(pieces[i].first, first), to = std::min(pieces[i].last, last);
+        const auto label = static_cast<Pixel>(pieces[i].label);
+        Pixel* out = row + from;
+        int32_t n = to - from + 1;
+        for (; n > 2 * kLanes; n -= kLanes, out += kLanes)
+            storeLanes(out, kAllLanes, label);
+        storeLanes(out, lowest(n), label);
+        if (n > kLanes)
+            storeLanes(out + kLanes, lowest(n - kLanes), label);
+    }
+}
+#else
 // Writes value to columns x to end. Whole vectors overshoot end, but not last: what follows is written later.
 template <typename Pixel>
 inline void fill(Pixel* row, int32_t x, int32_t end, int32_t last, Pixel value)
 {
-    constexpr int32_t kStep = (VEXA_LEVEL == 3   ? 64
-                               : VEXA_LEVEL == 2 ? 32
-                                                 : 16) /
-                              static_cast<int32_t>(sizeof(Pixel));
-    for (; x <= end; x += kStep) {
-        if (x + kStep - 1 > last) {
+    constexpr int32_t kLanes = (VEXA_LEVEL == 2 ? 32 : 16) / static_cast<int32_t>(sizeof(Pixel));
+    for (; x <= end; x += kLanes) {
+        if (x + kLanes - 1 > last) {
             for (; x <= end; ++x)
                 row[x] = value;
             return;
         }
-        for (int32_t i = 0; i < kStep; ++i)
+        for (int32_t i = 0; i < kLanes; ++i)
             row[x + i] = value;
     }
 }
@@ -237,6 +301,7 @@ void paint(const LabelPiece* pieces, int32_t count, int32_t first, int32_t last,
     }
     fill<Pixel>(row, x, last, last, 0);
 }
+#endif
 
 inline constexpr BlobRows kBlobRows = {findRuns, sumBytes, paint<uint8_t>, paint<uint16_t>, paint<int32_t>};
 

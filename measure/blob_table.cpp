@@ -130,18 +130,19 @@ void reportNoRuns(int32_t blob, int32_t imLabel, const VexaBox& box, const Point
 int32_t formatBlob(char* out, std::size_t size, int32_t blob, const BlobRecord& record, int32_t imLabel,
                    int32_t imGrey)
 {
-    const double pixels = record.pixelCount;
-    const auto meanIntensity = static_cast<float>(record.sumIntensity / pixels);
-    const VexaPointF mean = {static_cast<float>(record.sumX / pixels),
-                             static_cast<float>(record.sumY / pixels)};
-    VexaPointF weighted = mean;
+    const auto mean = [&](int64_t sum) {
+        return static_cast<float>(static_cast<double>(sum) / record.pixelCount);
+    };
+    const VexaPointF centre = {mean(record.sumX), mean(record.sumY)};
+    VexaPointF weighted = centre;
     double longAxis = 0.0, shortAxis = 0.0, angle = 0.0;
     if (imLabel != 0 && imGrey != 0)
         I_GetBlobMoments2(blob, imLabel, imGrey, &weighted, &longAxis, &shortAxis, &angle);
-    return std::snprintf(
-        out, size, "%d: \t%d \t%.1f \t%.1f \t%.1f \t%.1f \t%.1f \t%.1f \t%.1f \t%d %d %d %d\n", blob,
-        static_cast<int32_t>(record.pixelCount), meanIntensity, mean.x, mean.y, weighted.x, weighted.y,
-        weighted.x - mean.x, weighted.y - mean.y, record.left, record.top, record.right, record.bottom);
+    return std::snprintf(out, size,
+                         "%d: \t%d \t%.1f \t%.1f \t%.1f \t%.1f \t%.1f \t%.1f \t%.1f \t%d %d %d %d\n", blob,
+                         static_cast<int32_t>(record.pixelCount), mean(record.sumIntensity), centre.x,
+                         centre.y, weighted.x, weighted.y, weighted.x - centre.x, weighted.y - centre.y,
+                         record.left, record.top, record.right, record.bottom);
 }
 
 } // namespace
@@ -172,9 +173,9 @@ int32_t I_GetBlobMoments1(int32_t blob, int32_t* count, int32_t* sumIntensity, i
     if (!record)
         record = blobTable().records;
     store(count, static_cast<int32_t>(record->pixelCount));
-    store(sumIntensity, truncToInt32(record->sumIntensity));
-    store(sumX, truncToInt32(record->sumX));
-    store(sumY, truncToInt32(record->sumY));
+    store(sumIntensity, truncToInt32(static_cast<double>(record->sumIntensity)));
+    store(sumX, truncToInt32(static_cast<double>(record->sumX)));
+    store(sumY, truncToInt32(static_cast<double>(record->sumY)));
     return 1;
 }
 

@@ -10,6 +10,7 @@
 #include "core/pixel_types.h"
 #include "measure/blob_labelling.h"
 #include "measure/blob_records.h"
+#include "measure/label_image.h"
 #include "support/buffer.h"
 #include "support/guard.h"
 #include "support/numbers.h"
@@ -25,34 +26,10 @@ namespace vexa
 namespace
 {
 
-constexpr int32_t kMemoryKind = 1;
-
 // Byte label images: above so many records the table is condensed after each run, and with so many left by a
 // condensation the image becomes one of words.
 constexpr int32_t kMostByteLabels = 252;
 constexpr int32_t kManyByteLabels = 192;
-
-struct ScanRun {
-    int32_t first;
-    int32_t last;
-    int32_t y;
-
-    int32_t width() const { return last - first + 1; }
-};
-
-// Row y of an addressable memory image; null for every other image. Asked anew for each run, since a condensation may
-// convert the image.
-template <typename Pixel>
-Pixel* memoryRow(const ImageRecord& record, int32_t y)
-{
-    uint8_t* row = static_cast<uint8_t*>(record.data) + int64_t{y} * record.stride;
-    return reinterpret_cast<uintptr_t>(row) % alignof(Pixel) == 0 ? reinterpret_cast<Pixel*>(row) : nullptr;
-}
-
-bool isAddressable(const ImageRecord* record, int32_t y)
-{
-    return record && record->kind == kMemoryKind && record->data && y >= 0 && y < record->rows;
-}
 
 // The scan list as the search found it: making the list anew, for the label image or in a callback, does not change it.
 class ScanList
@@ -101,57 +78,63 @@ class Search
 {
 public:
     Search(int32_t imSrc, int32_t imLabel, int32_t width, const uint8_t* lut)
-        : imSrc_(imSrc), imLabel_(imLabel), width_(width), foreground_(lut), labeller_(width),
-          bytes_(int64_t{width} + 2), labels_(int64_t{width} + 2)
+        : imSrc_(imSrc), width_(width), foreground_(lut), labeller_(width), labels_(imLabel, width),
+          bytes_(int64_t{width} + 2)
     {
     }
-    explicit operator bool() const { return labeller_ && bytes_ && labels_; }
+    explicit operator bool() const { return labeller_ && labels_ && bytes_; }
 
-    int32_t scan(const ScanList& list, int32_t labelType)
+    int32_t scan(const ScanList& list, int32_t imLabel)
     {
+        int32_t labelType = I_ImGetType(imLabel);
+        if constexpr (kByRuns)
+            labels_.postponeWriting(imSrc_, list.size() / 2);
         for (int32_t i = 0; i < list.size(); i += 2) {
             if (i % 256 == 0)
                 I_TellProgress(static_cast<float>(i), static_cast<float>(list.size()), "find blobs");
             const ScanRun run = list.run(i, width_);
-            if (!labeller_.label(readRun(run), run.first, run.last, run.y, foreground_))
+            if (!labelRun(run))
                 break;
-            if (blobTable().count > kMostByteLabels && labelType == PIX_BYTE)
-                labelType = makeRoomForLabels(run);
-            if (imLabel_ != 0)
-                putLabels(run);
+            if (blobTable().count > kMostByteLabels && labelType == PIX_BYTE) {
+                makeRoomForLabels(imLabel, run);
+                labelType = I_ImGetType(imLabel);
+            }
+            putLabels(run);
             if (list.rowEndsAt(i))
                 labeller_.nextRow();
         }
-        return condense({0, -1, 0});
+        const int32_t condensed = condense({0, -1, 0});
+        labels_.finishWriting();
+        return condensed;
     }
 
 private:
     static constexpr bool kByRuns = std::is_same_v<Labeller, RunLabeller>;
 
-    // The values of a run, such that pixel x is at index x. A run that cannot be read finds what earlier ones left, and
-    // an orderly list has no such runs unless the image is lost on the way.
-    const uint8_t* readRun(const ScanRun& run)
+    // False where the table is full.
+    bool labelRun(const ScanRun& run)
     {
         I_SetStatsProcMode(statsProcMode());
         const Guard restoreMode([] { I_ResetColorProcMode(); });
         if constexpr (kByRuns) {
             const ImageRecord* record = findImageRecord(imSrc_, "I_GetBlockType");
-            if (isAddressable(record, run.y) && record->type == PIX_BYTE && run.last < record->cols)
-                return memoryRow<const uint8_t>(*record, run.y);
+            const auto* row = memoryRow<const uint8_t>(record, PIX_BYTE, run.y);
+            if (row && run.last < record->cols)
+                return labeller_.label(row, run.first, run.last, run.y, foreground_);
         }
+        // A run that cannot be read finds what earlier ones left.
         if (run.width() > 0)
             I_GetBlockType(run.first, run.y, run.width(), 1, bytes_.data() + run.first, imSrc_, PIX_BYTE);
-        return bytes_.data();
+        return labeller_.label(bytes_.data(), run.first, run.last, run.y, foreground_);
     }
 
-    // Keeps the labels below 256 for as long as possible. The result is the label image's type.
-    int32_t makeRoomForLabels(const ScanRun& run)
+    // Keeps the labels below 256 for as long as possible.
+    void makeRoomForLabels(int32_t imLabel, const ScanRun& run)
     {
         if (blobTable().condensedCount >= kManyByteLabels)
-            I_ImConvertType(imLabel_, PIX_WORD);
+            I_ImConvertType(imLabel, PIX_WORD);
         else
             condense(run);
-        return I_ImGetType(imLabel_);
     }
 
     int32_t condense(const ScanRun& run)
@@ -161,10 +144,7 @@ private:
             return 0;
         const int32_t remaining = condenseRecords(remap.data(), remap.size());
         if (remaining < blobTable().count) {
-            if (imLabel_ != 0) {
-                I_MapLUTType(imLabel_, imLabel_, remap.data(), PIX_DWORD, saturateToInt32(remap.size()));
-                I_SetPixValueRange(0.0, remaining, imLabel_);
-            }
+            labels_.renumber(remap, remaining);
             labeller_.remap(run.first, run.last, remap.data(), remap.size());
             blobTable().count = blobTable().condensedCount = remaining;
             dropRecordsAbove(remaining);
@@ -173,59 +153,24 @@ private:
         return 1;
     }
 
-    // As I_PutBlockType of the labels as PIX_DWORD, without its buffers where the image's rows can be written.
     void putLabels(const ScanRun& run)
     {
-        const ImageRecord* record = findImageRecord(imLabel_, "I_PutBlockType");
-        if (run.width() < 1 || (isAddressable(record, run.y) && paintRun(*record, run)))
-            return;
-        I_PutBlockType(run.first, run.y, run.width(), 1, labelsOf(run) + run.first, imLabel_, PIX_DWORD);
-    }
-
-    // False where the image's rows do not hold the labels' low bits as they are.
-    bool paintRun(const ImageRecord& record, const ScanRun& run)
-    {
-        if constexpr (kByRuns) {
-            const LabelPiece* pieces = labeller_.pieces();
-            const int32_t count = labeller_.pieceCount(), last = std::min(run.last, record.cols - 1);
-            const auto paint = [&](auto painter, auto* row) {
-                if (row)
-                    painter(pieces, count, run.first, last, row);
-                return row != nullptr;
-            };
-            if (record.type == PIX_BYTE)
-                return paint(blobRows().paintBytes, memoryRow<uint8_t>(record, run.y));
-            if (record.type == PIX_WORD)
-                return paint(blobRows().paintWords, memoryRow<uint16_t>(record, run.y));
-            if (record.type == PIX_DWORD)
-                return paint(blobRows().paintDwords, memoryRow<int32_t>(record, run.y));
-        }
-        return false;
-    }
-
-    const int32_t* labelsOf(const ScanRun& run)
-    {
-        if constexpr (kByRuns) {
-            blobRows().paintDwords(labeller_.pieces(), labeller_.pieceCount(), run.first, run.last,
-                                   labels_.data());
-            return labels_.data();
-        } else {
-            return labeller_.labels();
-        }
+        if constexpr (kByRuns)
+            labels_.put(run, labeller_.pieces(), labeller_.pieceCount());
+        else
+            labels_.put(run, labeller_.labels());
     }
 
     int32_t imSrc_;
-    int32_t imLabel_;
     int32_t width_;
     ForegroundSet foreground_;
     Labeller labeller_;
-    Buffer<uint8_t> bytes_; // keeps what a run that cannot be read finds there
-    Buffer<int32_t> labels_;
+    LabelImage labels_;
+    Buffer<uint8_t> bytes_;
 };
 
 template <typename Labeller>
-int32_t search(const ScanList& list, const uint8_t* lut, int32_t imSrc, int32_t imLabel, int32_t width,
-               int32_t labelType)
+int32_t search(const ScanList& list, const uint8_t* lut, int32_t imSrc, int32_t imLabel, int32_t width)
 {
     Search<Labeller> blobs(imSrc, imLabel, width, lut);
     if (malloctest(blobs ? &blobs : nullptr, "I_FindBlobs"))
@@ -236,7 +181,7 @@ int32_t search(const ScanList& list, const uint8_t* lut, int32_t imSrc, int32_t 
     if (imLabel != 0)
         I_SetPixValueRange(0.0, 0.0, imLabel);
     table.count = table.condensedCount = 0;
-    return blobs.scan(list, labelType);
+    return blobs.scan(list, imLabel);
 }
 
 // What a value of a numeric image becomes in the byte image that I_FindBlobs1 searches.
@@ -277,7 +222,7 @@ using namespace vexa;
 
 int32_t I_FindBlobs(const uint8_t* lut, int32_t imSrc, int32_t imLabel)
 {
-    const int32_t labelType = I_ImGetType(imLabel);
+    I_ImGetType(imLabel); // tells of a number that is no image
     int32_t points = 0, width = 0, height = 0;
     const VexaPoint* list = I_ROIScanlist(&points, imSrc);
     if (!I_ImGetSize(&width, &height, nullptr, imSrc) || width < 1 || height < 1 || !list)
@@ -292,8 +237,8 @@ int32_t I_FindBlobs(const uint8_t* lut, int32_t imSrc, int32_t imLabel)
         lut = nonZero.data();
     if (!I_ImValid(imLabel))
         imLabel = 0;
-    return runs.isOrderly(width, height) ? search<RunLabeller>(runs, lut, imSrc, imLabel, width, labelType)
-                                         : search<PixelLabeller>(runs, lut, imSrc, imLabel, width, labelType);
+    return runs.isOrderly(width, height) ? search<RunLabeller>(runs, lut, imSrc, imLabel, width)
+                                         : search<PixelLabeller>(runs, lut, imSrc, imLabel, width);
 }
 
 int32_t I_FindBlobs1(double lowThreshold, double highThreshold, int32_t imSrc, int32_t imLabel)
@@ -336,7 +281,7 @@ int32_t I_SetBlobTableSize(int32_t limit)
     if (table.records) {
         releaseBlock(table.records);
         table.records = nullptr;
-        table.capacity = table.count = table.touched = 0;
+        table.reserved = table.capacity = table.count = table.touched = 0;
     }
     return before;
 }
