@@ -11,10 +11,10 @@ namespace vexa
 {
 
 // Codes that are no type of an image.
-inline constexpr int32_t kTypeOwn = 0;     // the image's own type
-inline constexpr int32_t kTypeSByte = 8;   // signed bytes, in conversions only
-inline constexpr int32_t kTypeRGB15 = 14;  // a 15-bit layout known to the colour conversion only
-inline constexpr int32_t kTypeRaw = 25;    // block calls: no conversion, past the direct memory path
+inline constexpr int32_t kTypeOwn = 0;    // the image's own type
+inline constexpr int32_t kTypeSByte = 8;  // signed bytes, in conversions only
+inline constexpr int32_t kTypeRGB15 = 14; // a 15-bit layout known to the colour conversion only
+inline constexpr int32_t kTypeRaw = 25;   // block calls: no conversion, past the direct memory path
 
 struct PixelTypeFacts {
     int32_t type;
@@ -24,15 +24,32 @@ struct PixelTypeFacts {
 
 // The types that listings name; every other code is "user" there.
 inline constexpr PixelTypeFacts kPixelTypes[] = {
-    {0, 1, "empty"},          {PIX_BYTE, 1, "byt"},        {PIX_WORD, 2, "wrd"},        {PIX_DWORD, 4, "DWord"},
-    {PIX_FLOAT, 4, "float"},  {PIX_DFLOAT, 8, "Dfloat"},   {PIX_COMPLEX, 8, "cplx"},    {PIX_DCOMPLEX, 16, "Dcplx"},
-    {PIX_PALETTE, 1, "Palette"},    {PIX_BGR15, 2, "BGR-15bit"}, {PIX_BGR16, 2, "BGR-16bit"},
-    {PIX_BGR24, 3, "BGR-24bit"},    {PIX_RGB24, 3, "RGB-24bit"}, {PIX_BGR32, 4, "BGR-32bit"},
-    {PIX_RGB32, 4, "RGB-32bit"},    {PIX_PLANAR, 3, "PLANAR"},
+    {0, 1, "empty"},
+    {PIX_BYTE, 1, "byt"},
+    {PIX_WORD, 2, "wrd"},
+    {PIX_DWORD, 4, "DWord"},
+    {PIX_FLOAT, 4, "float"},
+    {PIX_DFLOAT, 8, "Dfloat"},
+    {PIX_COMPLEX, 8, "cplx"},
+    {PIX_DCOMPLEX, 16, "Dcplx"},
+    {PIX_PALETTE, 1, "Palette"},
+    {PIX_BGR15, 2, "BGR-15bit"},
+    {PIX_BGR16, 2, "BGR-16bit"},
+    {PIX_BGR24, 3, "BGR-24bit"},
+    {PIX_RGB24, 3, "RGB-24bit"},
+    {PIX_BGR32, 4, "BGR-32bit"},
+    {PIX_RGB32, 4, "RGB-32bit"},
+    {PIX_PLANAR, 3, "PLANAR"},
 };
 
-constexpr bool isColorType(int32_t type) { return type >= PIX_PALETTE; }
-constexpr bool isFloatType(int32_t type) { return type >= PIX_FLOAT && type <= 11; }
+constexpr bool isColorType(int32_t type)
+{
+    return type >= PIX_PALETTE;
+}
+constexpr bool isFloatType(int32_t type)
+{
+    return type >= PIX_FLOAT && type <= 11;
+}
 
 // A pixel of PIX_COMPLEX.
 struct ComplexPixel {

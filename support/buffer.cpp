@@ -42,7 +42,8 @@ int64_t totalBytes(int64_t count, int64_t size)
     int64_t bytes = 0;
     if (count < 0 || size < 0 || __builtin_mul_overflow(count, size, &bytes))
         return -1;
-    constexpr auto largest = static_cast<uint64_t>(std::numeric_limits<std::ptrdiff_t>::max()) - 2 * kAlignment;
+    constexpr auto largest =
+        static_cast<uint64_t>(std::numeric_limits<std::ptrdiff_t>::max()) - 2 * kAlignment;
     return static_cast<uint64_t>(bytes) > largest ? -1 : bytes;
 }
 

@@ -41,7 +41,8 @@ class Buffer
 {
 public:
     Buffer() = default;
-    explicit Buffer(int64_t count) : data_(static_cast<T*>(allocateBlock(count, sizeof(T)))), size_(data_ ? count : 0)
+    explicit Buffer(int64_t count)
+        : data_(static_cast<T*>(allocateBlock(count, sizeof(T)))), size_(data_ ? count : 0)
     {
     }
     ~Buffer() { releaseBlock(data_); }
@@ -100,17 +101,22 @@ public:
         valid_ = true;
         (void)step;
 #else
-        blocks_[0] = Buffer<uint8_t>(step <= INT64_MAX / static_cast<int64_t>(Count)
-                                         ? step * static_cast<int64_t>(Count)
-                                         : -1);
+        blocks_[0] = Buffer<uint8_t>(
+            step <= INT64_MAX / static_cast<int64_t>(Count) ? step * static_cast<int64_t>(Count) : -1);
         valid_ = static_cast<bool>(blocks_[0]);
         for (std::size_t i = 0; valid_ && i < Count; ++i)
             pointers_[i] = blocks_[0].data() + static_cast<int64_t>(i) * step;
 #endif
     }
 
-    explicit operator bool() const { return valid_; }
-    uint8_t* operator[](std::size_t section) const { return pointers_[section]; }
+    explicit operator bool() const
+    {
+        return valid_;
+    }
+    uint8_t* operator[](std::size_t section) const
+    {
+        return pointers_[section];
+    }
 
 private:
     std::array<Buffer<uint8_t>, Count> blocks_;

@@ -44,8 +44,8 @@
 #define VEXA_LEVEL 3
 #if defined(__clang__)
 #pragma clang attribute push(                                                                                \
-    __attribute__((target("avx2,bmi,bmi2,popcnt,avx512f,avx512bw,avx512dq,avx512vl,avx512vbmi,avx512vbmi2,"   \
-                          "avx512vnni,avx512bitalg,avx512vpopcntdq"))),                                       \
+    __attribute__((target("avx2,bmi,bmi2,popcnt,avx512f,avx512bw,avx512dq,avx512vl,avx512vbmi,avx512vbmi2,"  \
+                          "avx512vnni,avx512bitalg,avx512vpopcntdq"))),                                      \
     apply_to = function)
 #else
 #pragma GCC push_options

@@ -11,7 +11,8 @@ namespace vexa
 // Truncates toward zero. A value that does not fit, or none at all, gives INT32_MIN.
 inline int32_t truncToInt32(double x)
 {
-    return x > -2147483649.0 && x < 2147483648.0 ? static_cast<int32_t>(x) : std::numeric_limits<int32_t>::min();
+    return x > -2147483649.0 && x < 2147483648.0 ? static_cast<int32_t>(x)
+                                                 : std::numeric_limits<int32_t>::min();
 }
 inline int32_t truncToInt32(float x)
 {

@@ -107,7 +107,7 @@ VEXA_API int32_t I_SubtractEx(int32_t imA, int32_t imB, int32_t imDest, int32_t 
 ///     "S1E-5"                     after it
 ///     "S1E-6"                     after the histogram
 VEXA_API int32_t I_Subtract1Ex(int32_t imA, int32_t imB, int32_t imDest, float dx, float dy, int32_t clipMode,
-                               float sharpness, uint32_t* histogram);
+                               float sharpness, uint32_t *histogram);
 
 /// @}
 /// @name Where images differ
@@ -124,7 +124,7 @@ VEXA_API int32_t I_Subtract1Ex(int32_t imA, int32_t imB, int32_t imDest, float d
 ///
 /// Tells the progress text "SubtractMax".
 VEXA_API double I_SubtractMax(int32_t imA, int32_t imB, int32_t imDest, int32_t dx, int32_t dy,
-                              VexaPoint* point);
+                              VexaPoint *point);
 
 /// Subtracts on bytes, as I_Subtract does, and finds the largest |a - b| that lie apart.
 ///
@@ -146,7 +146,7 @@ VEXA_API double I_SubtractMax(int32_t imA, int32_t imB, int32_t imDest, int32_t 
 ///
 /// Tells the progress text "SubtractNMax". Positions in colour images as in I_SubtractMax.
 VEXA_API int32_t I_SubtractNMax(int32_t imA, int32_t imB, int32_t imDest, int32_t dx, int32_t dy,
-                                VexaPoint* points, double* values, int32_t n, int32_t separation,
+                                VexaPoint *points, double *values, int32_t n, int32_t separation,
                                 double threshold);
 
 /// @}
@@ -311,7 +311,7 @@ VEXA_API int32_t I_ROICopy(int32_t imSrc, int32_t imDest, int32_t dx, int32_t dy
 /// @return as I_ROICopy; 0 too if the byte image cannot be made
 ///
 /// Ends with colour processing mode 3, no band selected, and the region as it was.
-VEXA_API int32_t I_CopyBand(int32_t imSrc, int32_t imDest, const char* band, int32_t ignoreROI);
+VEXA_API int32_t I_CopyBand(int32_t imSrc, int32_t imDest, const char *band, int32_t ignoreROI);
 
 /// @}
 /// @name Overlays and masks
@@ -335,7 +335,7 @@ VEXA_API int32_t I_OverlayROI(int32_t imA, int32_t imB, int32_t imDest);
 /// If imDest is a colour image and imSrc or imMask is not, both are converted in place to imDest's type
 /// (I_ImConvertType), and the message "I_MaskedCopy: imSrc or imMask were Byte: converted to BGR" is posted.
 /// In colour each byte of the mask counts for its own byte.
-VEXA_API int32_t I_MaskedCopy(int32_t imSrc, int32_t imDest, int32_t imMask, const uint8_t* table);
+VEXA_API int32_t I_MaskedCopy(int32_t imSrc, int32_t imDest, int32_t imMask, const uint8_t *table);
 
 /// Marks the pixels that are near a colour, and counts them.
 ///

@@ -43,7 +43,8 @@ VEXA_API int32_t I_GetBlobFirstPixel(int32_t blob, VexaPoint *pixel);
 /// The smallest rectangle around a blob, all four sides inclusive.
 ///
 /// @return 1; or 0 with error 12 "GetBlobBoundingBox:#%d of %d"
-VEXA_API int32_t I_GetBlobBoundingBox(int32_t blob, int32_t *left, int32_t *top, int32_t *right, int32_t *bottom);
+VEXA_API int32_t I_GetBlobBoundingBox(int32_t blob, int32_t *left, int32_t *top, int32_t *right,
+                                      int32_t *bottom);
 
 /// Which sides of the region of interest a blob reaches: 1 left, 2 top, 4 right, 8 bottom, added up in mask. The sides
 /// are those of the region's bounding box at the search.
@@ -59,7 +60,8 @@ VEXA_API int32_t I_BlobTouchesROIEdge(int32_t blob, int32_t *mask);
 ///
 /// @return 1; 0 before any search has opened a blob. A bad number sets error 12 "GetBlobMoments:#%d of %d", gives
 ///         zeros, and 1 all the same.
-VEXA_API int32_t I_GetBlobMoments1(int32_t blob, int32_t *count, int32_t *sumIntensity, int32_t *sumX, int32_t *sumY);
+VEXA_API int32_t I_GetBlobMoments1(int32_t blob, int32_t *count, int32_t *sumIntensity, int32_t *sumX,
+                                   int32_t *sumY);
 
 /// The grey-level moments of a blob: I_GrayMoments over its pixels in imGrey, at unit scale.
 ///

@@ -75,7 +75,7 @@ VEXA_API int32_t I_DrawLine(int32_t im, int32_t x1, int32_t y1, int32_t x2, int3
 /// its slope.
 ///
 /// @return the number of pixels drawn; 0 without a frame, for null and for a line outside it
-VEXA_API int32_t fdrawline(const VexaPointF* end, const VexaPointF* start, int32_t color);
+VEXA_API int32_t fdrawline(const VexaPointF *end, const VexaPointF *start, int32_t color);
 
 /// The pixels of a line from a to b, both included.
 ///
@@ -89,7 +89,7 @@ VEXA_API int32_t fdrawline(const VexaPointF* end, const VexaPointF* start, int32
 /// @param out room for the larger of the two differences plus 1
 /// @return the number of points; 0 when nothing of the line lies on the image, the image is not open or a
 ///         pointer is null
-VEXA_API int32_t I_GetLineCoords(int32_t im, const VexaPoint* a, const VexaPoint* b, VexaPoint* out);
+VEXA_API int32_t I_GetLineCoords(int32_t im, const VexaPoint *a, const VexaPoint *b, VexaPoint *out);
 
 /// I_DrawRect1 on the graphics frame; 0 if there is none.
 VEXA_API int32_t I_DrawRect(int32_t left, int32_t top, int32_t right, int32_t bottom, int32_t color);
@@ -120,14 +120,14 @@ VEXA_API int32_t I_DrawCursor(int32_t x, int32_t y, int32_t width, int32_t heigh
 ///         length of the horizontal and of the vertical stroke, x, y, first column of the horizontal and
 ///         first row of the vertical stroke, bytes per pixel, image. The pixels that were under the two
 ///         strokes follow.
-VEXA_API void* I_CursorUp(int32_t x, int32_t y, int32_t width, int32_t height, int32_t color);
+VEXA_API void *I_CursorUp(int32_t x, int32_t y, int32_t width, int32_t height, int32_t color);
 
 /// Takes a cross-hair off again: puts back what was under it and releases the block. Its image is the
 /// graphics frame afterwards. An image that is no longer open, or has pixels of another size now, is left
 /// alone.
 ///
 /// @param block from I_CursorUp; null does nothing
-VEXA_API void I_CursorDown(void* block);
+VEXA_API void I_CursorDown(void *block);
 
 /// Limits a line to a box, by the method of Liang and Barsky ("A new concept and method for line clipping",
 /// 1984).
@@ -138,10 +138,10 @@ VEXA_API void I_CursorDown(void* block);
 /// @param lo,hi the lowest and the highest x and y of the box, inclusive
 /// @param p1,p2 the ends, in and out
 /// @return 1 if a part of the line is left; 0 if not and for null
-VEXA_API int32_t I_ClipLine(const VexaPoint* lo, const VexaPoint* hi, VexaPointF* p1, VexaPointF* p2);
+VEXA_API int32_t I_ClipLine(const VexaPoint *lo, const VexaPoint *hi, VexaPointF *p1, VexaPointF *p2);
 
 /// I_ClipLine on integer points; the ends are rounded by Rnd.
-VEXA_API int32_t I_ClipLineInt(const VexaPoint* lo, const VexaPoint* hi, VexaPoint* p1, VexaPoint* p2);
+VEXA_API int32_t I_ClipLineInt(const VexaPoint *lo, const VexaPoint *hi, VexaPoint *p1, VexaPoint *p2);
 
 /// The part of a stretch around a centre that lies in 0 to size - 1.
 ///
@@ -151,7 +151,7 @@ VEXA_API int32_t I_ClipLineInt(const VexaPoint* lo, const VexaPoint* hi, VexaPoi
 ///
 /// @param start,kept receive the two; may be null
 /// @return kept
-VEXA_API int32_t limitbox(int32_t center, int32_t length, int32_t size, int32_t* start, int32_t* kept);
+VEXA_API int32_t limitbox(int32_t center, int32_t length, int32_t size, int32_t *start, int32_t *kept);
 
 /// Paints a chart for setting a display's gamma into the graphics frame.
 ///
@@ -175,6 +175,6 @@ VEXA_API void drawgammacal(int32_t left, int32_t top, int32_t right, int32_t bot
 /// Error 2 "drawgrayramp" without memory.
 VEXA_API void drawgrayramp(int32_t left, int32_t top, int32_t right, int32_t bottom, double low, double high,
                            int32_t steps, int32_t textColor, int32_t fieldWidth, int32_t decimals,
-                           const char* unit);
+                           const char *unit);
 
 #endif

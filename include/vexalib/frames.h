@@ -68,7 +68,7 @@
 ///         band
 ///
 /// GetImageXY tells the position during a call; afterwards it tells what it told before.
-VEXA_API int32_t I_UnaryOpType(int32_t imSrc, int32_t imDest, void* parameter, UnaryRowFilter function,
+VEXA_API int32_t I_UnaryOpType(int32_t imSrc, int32_t imDest, void *parameter, UnaryRowFilter function,
                                int32_t type);
 
 /// Runs a function from the rows of two images to those of a third: dest(x, y) from a(x, y) and b(x + dx, y +
@@ -90,11 +90,11 @@ VEXA_API int32_t I_UnaryOpType(int32_t imSrc, int32_t imDest, void* parameter, U
 ///
 /// Reports progress: a start, and an end at fraction 1. GetImageXY keeps the position of the last row.
 VEXA_API int32_t I_BinaryOperatorType(int32_t imA, int32_t imB, int32_t imDest, int32_t dx, int32_t dy,
-                                      void* parameter, BinaryRowFilter function, int32_t type);
+                                      void *parameter, BinaryRowFilter function, int32_t type);
 
 /// I_BinaryOperatorType on bytes.
 VEXA_API int32_t I_BinaryOperator(int32_t imA, int32_t imB, int32_t imDest, int32_t dx, int32_t dy,
-                                  void* parameter, BinaryRowFilter function);
+                                  void *parameter, BinaryRowFilter function);
 
 /// Shows the rows of an image to a function that only reads, inside the region of interest.
 ///
@@ -106,7 +106,7 @@ VEXA_API int32_t I_BinaryOperator(int32_t imA, int32_t imB, int32_t imDest, int3
 /// @return as I_UnaryOpType, with "I_DoStatsOpType"
 ///
 /// Leaves the selected band alone, and GetImageXY as it was.
-VEXA_API int32_t I_DoStatsOpType(int32_t im, void* parameter, StatsRowFilter function, int32_t type);
+VEXA_API int32_t I_DoStatsOpType(int32_t im, void *parameter, StatsRowFilter function, int32_t type);
 
 /// @}
 /// @name Position
@@ -122,7 +122,7 @@ VEXA_API int32_t I_DoStatsOpType(int32_t im, void* parameter, StatsRowFilter fun
 /// @param index index of a pixel; of packed colour rows, the index of an element divided by n per pixel
 /// @param x,y   receive the position; may be null
 /// @return y
-VEXA_API int32_t GetImageXY(int32_t index, int32_t* x, int32_t* y);
+VEXA_API int32_t GetImageXY(int32_t index, int32_t *x, int32_t *y);
 
 /// @}
 /// @name Clip mode

@@ -44,7 +44,7 @@
 ///         "I_UnaryOp %d bytes" without memory for the conversion rows
 ///
 /// Ends with no colour band selected.
-VEXA_API int32_t I_LUTMapROI(int32_t imSrc, int32_t imDest, const uint8_t* table);
+VEXA_API int32_t I_LUTMapROI(int32_t imSrc, int32_t imDest, const uint8_t *table);
 
 /// Maps each colour of a pixel through a table of its own.
 ///
@@ -54,8 +54,8 @@ VEXA_API int32_t I_LUTMapROI(int32_t imSrc, int32_t imDest, const uint8_t* table
 ///     any other                      PIX_BGR24     -
 ///
 /// @return as I_LUTMapROI; 0 too if a table that is used is null
-VEXA_API int32_t I_RGBLUTMap(int32_t imSrc, int32_t imDest, const uint8_t* red, const uint8_t* green,
-                             const uint8_t* blue);
+VEXA_API int32_t I_RGBLUTMap(int32_t imSrc, int32_t imDest, const uint8_t *red, const uint8_t *green,
+                             const uint8_t *blue);
 
 /// Maps pixels through a table of any type and length. The type of imSrc says how; n is the largest power
 /// of two that is not above length (1 for a length below 2).
@@ -69,7 +69,7 @@ VEXA_API int32_t I_RGBLUTMap(int32_t imSrc, int32_t imDest, const uint8_t* red, 
 ///                  index reaches behind the table's end are 0
 /// @param tableType pixel type of the entries
 /// @return as I_LUTMapROI; 0 with error 2 "I_MapLUTType" without memory for the converted table
-VEXA_API int32_t I_MapLUTType(int32_t imSrc, int32_t imDest, const void* table, int32_t tableType,
+VEXA_API int32_t I_MapLUTType(int32_t imSrc, int32_t imDest, const void *table, int32_t tableType,
                               int32_t length);
 /// @}
 
@@ -79,7 +79,7 @@ VEXA_API int32_t I_MapLUTType(int32_t imSrc, int32_t imDest, const void* table, 
 /// table[i] = trunc(255 * (i / 255)^(1 / gamma)), whatever TOP is.
 ///
 /// @param gamma counts as 1, which gives the identity, outside 0.1 to 10
-VEXA_API void I_MakeGammaLUT(uint8_t* table, double gamma);
+VEXA_API void I_MakeGammaLUT(uint8_t *table, double gamma);
 
 /// A logarithmic stretch. With scale = TOP / (ln(high) - ln(low)):
 ///
@@ -89,7 +89,7 @@ VEXA_API void I_MakeGammaLUT(uint8_t* table, double gamma);
 ///
 /// Low above high swaps the two. A low below 1 counts as 0, with 0 for its logarithm; high is at least low
 /// + 1.
-VEXA_API void LogLUT(int32_t low, int32_t high, uint8_t* table);
+VEXA_API void LogLUT(int32_t low, int32_t high, uint8_t *table);
 
 /// A linear stretch in 8.8 fixed point, slope = (TOP << 8) / (high - low) truncated toward zero.
 ///
@@ -97,7 +97,7 @@ VEXA_API void LogLUT(int32_t low, int32_t high, uint8_t* table);
 ///     low > high    i below high TOP;  below low (((i - high) * slope + 128) >> 8) + TOP;  from low on 0
 ///
 /// Equal ends lower low by 1: I_StretchLUT(100, 100, table) is I_StretchLUT(99, 100, table).
-VEXA_API void I_StretchLUT(int32_t low, int32_t high, uint8_t* table);
+VEXA_API void I_StretchLUT(int32_t low, int32_t high, uint8_t *table);
 
 /// The same in doubles, slope = TOP / (high - low); entries are limited to 0 and TOP.
 ///
@@ -105,11 +105,11 @@ VEXA_API void I_StretchLUT(int32_t low, int32_t high, uint8_t* table);
 ///     low > high    i below high TOP;  below low trunc((i - high) * slope + 0.5 + TOP);  from low on 0
 ///
 /// @return 256; 0 for null
-VEXA_API int32_t I_StretchLUT1(double low, double high, uint8_t* table);
+VEXA_API int32_t I_StretchLUT1(double low, double high, uint8_t *table);
 
 /// table[i] = TOP - i for i from 0 to TOP. Entries above TOP stay as they are.
 /// @return the number of entries written, TOP + 1
-VEXA_API int32_t I_InvertLUT(uint8_t* table);
+VEXA_API int32_t I_InvertLUT(uint8_t *table);
 
 /// The stretch that leaves a percentage of an image's pixels at either end: I_CalcHist, I_NormHist with ten
 /// times the percentages per mille, I_StretchLUT between its results.
@@ -117,7 +117,7 @@ VEXA_API int32_t I_InvertLUT(uint8_t* table);
 /// @param low,high per cent of the pixels inside the region of interest to cut off
 /// @param unused   not read
 /// @param im       an image that is not open stretches from 0 to 255, with the error of the lookup
-VEXA_API void I_NormLUT(int32_t low, int32_t high, int32_t unused, uint8_t* table, int32_t im);
+VEXA_API void I_NormLUT(int32_t low, int32_t high, int32_t unused, uint8_t *table, int32_t im);
 
 /// A staircase: from entry max(trunc(start), 0) on, entries up to trunc(level + step) get trunc(level),
 /// where level begins as start and rises by step, as long as the entry's number is below TOP. All others
@@ -125,7 +125,7 @@ VEXA_API void I_NormLUT(int32_t low, int32_t high, int32_t unused, uint8_t* tabl
 ///
 /// I_SteppedLUT(0, 10, table) gives 0 to entries 0 to 10, 10 to entries 11 to 20, and so on. A step that is
 /// not above 0 gives a table of zeros.
-VEXA_API void I_SteppedLUT(double start, double step, uint8_t* table);
+VEXA_API void I_SteppedLUT(double start, double step, uint8_t *table);
 /// @}
 
 /// @name Histograms
@@ -142,11 +142,11 @@ VEXA_API void I_SteppedLUT(double start, double step, uint8_t* table);
 ///
 /// @param limit     largest share of one grey level, in per cent
 /// @param histogram 256 counts; cleared above TOP and cut, in place
-VEXA_API void HistEqualizeLUT(int32_t limit, uint32_t* histogram, uint8_t* table);
+VEXA_API void HistEqualizeLUT(int32_t limit, uint32_t *histogram, uint8_t *table);
 
 /// HistEqualizeLUT on the histogram of the graphics image (I_SetGraphicsFrame) inside the region of interest.
 /// Without such an image the histogram is empty, and the error is that of I_CalcHist.
-VEXA_API void I_EqualizeLUT(int32_t limit, uint8_t* table);
+VEXA_API void I_EqualizeLUT(int32_t limit, uint8_t *table);
 /// @}
 
 /// @name Thresholds
@@ -154,7 +154,7 @@ VEXA_API void I_EqualizeLUT(int32_t limit, uint8_t* table);
 /// @{
 
 /// 0 below min(threshold, 255), 255 from there on.
-VEXA_API void I_ThreshLUT(int32_t threshold, uint8_t* table);
+VEXA_API void I_ThreshLUT(int32_t threshold, uint8_t *table);
 
 /// A band. Both ends are first limited to 0 to 255.
 ///
@@ -162,10 +162,10 @@ VEXA_API void I_ThreshLUT(int32_t threshold, uint8_t* table);
 ///     low > high     0 strictly between high and low; 255 elsewhere
 ///
 /// I_DualThreshLUT(200, 100, table) has 255 at 100 and at 200, and 0 from 101 to 199.
-VEXA_API void I_DualThreshLUT(int32_t low, int32_t high, uint8_t* table);
+VEXA_API void I_DualThreshLUT(int32_t low, int32_t high, uint8_t *table);
 
 /// 0 below low, then i below high, 255 from high on.
-VEXA_API void I_DualLinThreshLUT(int32_t low, int32_t high, uint8_t* table);
+VEXA_API void I_DualLinThreshLUT(int32_t low, int32_t high, uint8_t *table);
 /// @}
 
 /// @name False colour
@@ -184,7 +184,7 @@ VEXA_API void I_DualLinThreshLUT(int32_t low, int32_t high, uint8_t* table);
 /// @param low           at most 254 counts; must be below high
 /// @param red,green,blue 256 bytes each
 /// @return 5; 0 with error 12 "falsecolor", nothing written, for low not below high or a null table
-VEXA_API int32_t I_FalseColorLUT(int32_t low, int32_t high, uint8_t* red, uint8_t* green, uint8_t* blue,
+VEXA_API int32_t I_FalseColorLUT(int32_t low, int32_t high, uint8_t *red, uint8_t *green, uint8_t *blue,
                                  int32_t wrap, int32_t smooth);
 
 /// Turns the colours of I_FalseColorLUT(0, 256, ..., 0, 1) back into grey levels: each pixel becomes the
@@ -200,7 +200,7 @@ VEXA_API int32_t I_FalseColorToGray(int32_t im);
 
 /// I_SetDisplayLUTs with one table in all three places; in a colour mode other than 0 its last four entries
 /// become the blue ones, 0, 0, 255, 255.
-VEXA_API int32_t I_SendLUT(uint8_t* table);
+VEXA_API int32_t I_SendLUT(uint8_t *table);
 
 /// Sets the display palette and keeps the graphics colours in it.
 ///
@@ -211,18 +211,18 @@ VEXA_API int32_t I_SendLUT(uint8_t* table);
 ///     color  255, 0, 0    0, 255, 0    0, 255, 255    255, 255, 255
 ///
 /// @return as I_SetGraphicsPalette
-VEXA_API int32_t I_SetDisplayLUTs(uint8_t* red, uint8_t* green, uint8_t* blue);
+VEXA_API int32_t I_SetDisplayLUTs(uint8_t *red, uint8_t *green, uint8_t *blue);
 
 /// Sets the display palette as it is given.
 /// @return 1; 0 for null, or with error 2 without memory for the tables
-VEXA_API int32_t I_SetGraphicsPalette(const uint8_t* red, const uint8_t* green, const uint8_t* blue);
+VEXA_API int32_t I_SetGraphicsPalette(const uint8_t *red, const uint8_t *green, const uint8_t *blue);
 
 /// Copies the display palette out. It starts as the identity in all three tables; without memory for the
 /// tables that is what is delivered.
 ///
 /// @param red,green,blue each may be null
 /// @return 1
-VEXA_API int32_t I_GetGraphicsPalette(uint8_t* red, uint8_t* green, uint8_t* blue);
+VEXA_API int32_t I_GetGraphicsPalette(uint8_t *red, uint8_t *green, uint8_t *blue);
 /// @}
 
 /// @name Display settings
@@ -256,10 +256,10 @@ VEXA_API double I_SetGammaCRT(double gamma);
 /// Sets where the application's data files are looked for: a text that is put in front of their names, cut
 /// to 64 characters; empty at first.
 /// @return 1; 0 for null, which changes nothing
-VEXA_API int32_t setsearchpath(const char* path);
+VEXA_API int32_t setsearchpath(const char *path);
 
 /// The text of setsearchpath; valid, with changing contents, for the life of the process.
-VEXA_API const char* getsearchpath(void);
+VEXA_API const char *getsearchpath(void);
 /// @}
 
 #endif

@@ -37,8 +37,8 @@
 /// While it walks the first 64 points of the scan list it asks I_UserBreak after each run: a break leaves
 /// error 6 "USER_BREAK", and the result is that of the runs summed so far. Runs beyond the image's edge are
 /// cut to it.
-VEXA_API int32_t I_BinaryMoments(double* area, double* pixels, VexaPointF* centroid, double* longAxis,
-                                 double* shortAxis, double* angle, double xScale, double yScale,
+VEXA_API int32_t I_BinaryMoments(double *area, double *pixels, VexaPointF *centroid, double *longAxis,
+                                 double *shortAxis, double *angle, double xScale, double yScale,
                                  int32_t threshold, int32_t above, int32_t im);
 
 /// The same with weights: a pixel weighs p - threshold + 1 if above is set, else threshold - p, and counts
@@ -47,8 +47,8 @@ VEXA_API int32_t I_BinaryMoments(double* area, double* pixels, VexaPointF* centr
 /// @param area   number of pixels that count * xScale * yScale
 /// @param pixels the mass: the sum of the weights. A mass beyond 32 bits is measured, but returns 0 without
 ///               axes
-VEXA_API int32_t I_GrayMoments(double* area, double* pixels, VexaPointF* centroid, double* longAxis,
-                               double* shortAxis, double* angle, double xScale, double yScale,
+VEXA_API int32_t I_GrayMoments(double *area, double *pixels, VexaPointF *centroid, double *longAxis,
+                               double *shortAxis, double *angle, double xScale, double yScale,
                                int32_t threshold, int32_t above, int32_t im);
 
 /// Moments of all pixels of a scan list, at scales of 1. Outputs are zeroed first.
@@ -59,8 +59,8 @@ VEXA_API int32_t I_GrayMoments(double* area, double* pixels, VexaPointF* centroi
 /// @param points count points, not changed; null counts as none
 /// @param pixels number of pixels
 /// @return as I_ComputeMoments
-VEXA_API int32_t ScanlistMoments(const VexaPoint* points, int32_t count, double* pixels, VexaPointF* centroid,
-                                 double* longAxis, double* shortAxis, double* angle);
+VEXA_API int32_t ScanlistMoments(const VexaPoint *points, int32_t count, double *pixels, VexaPointF *centroid,
+                                 double *longAxis, double *shortAxis, double *angle);
 
 /// Centroid and ellipse from sums over n pixels (or a mass of n). With c = 4 / pi, a = xScale, b = yScale:
 ///
@@ -77,8 +77,8 @@ VEXA_API int32_t ScanlistMoments(const VexaPoint* points, int32_t count, double*
 ///
 /// @return 1; 0, all outputs zeroed, for n below 1; 0 with error 15 where r vanishes all the same
 VEXA_API int32_t I_ComputeMoments(double sumX, double sumY, double sumXX, double sumYY, double sumXY,
-                                  int32_t n, VexaPointF* centroid, double* longAxis, double* shortAxis,
-                                  double* angle, double xScale, double yScale);
+                                  int32_t n, VexaPointF *centroid, double *longAxis, double *shortAxis,
+                                  double *angle, double xScale, double yScale);
 
 /// The centroid of one peak in an array.
 ///
@@ -92,7 +92,7 @@ VEXA_API int32_t I_ComputeMoments(double sumX, double sumY, double sumXX, double
 /// @param center negative: the whole array is searched
 /// @return the position, in samples from 0; 0 for a flat array, null, a length below 1, and, with error 2,
 ///         without memory for the floats
-VEXA_API float I_CentroidType(const void* buffer, int32_t length, int32_t center, int32_t halfWidth,
+VEXA_API float I_CentroidType(const void *buffer, int32_t length, int32_t center, int32_t halfWidth,
                               int32_t type);
 
 #endif

@@ -25,7 +25,7 @@
 /// @param im1,im2        the images; 0 stands for none, and the other one's size is the result
 /// @return 1; 0 if an image is not open, or both are 0: error 20 "I_ImGetSize(, im=N)  im. not open" or 24
 ///         "I_ImGetSize(, im=N) im. not open"
-VEXA_API int32_t I_GetMinSize2(int32_t* width, int32_t* height, int32_t* bytes1, int32_t* bytes2, int32_t im1,
+VEXA_API int32_t I_GetMinSize2(int32_t *width, int32_t *height, int32_t *bytes1, int32_t *bytes2, int32_t im1,
                                int32_t im2);
 
 /// The same for three images.
@@ -33,8 +33,8 @@ VEXA_API int32_t I_GetMinSize2(int32_t* width, int32_t* height, int32_t* bytes1,
 ///     im2 is 0          I_GetMinSize2 of im1 and im2; im3 is not looked at
 ///     im3 is 0          0, sizes of 0, error 24: only the second image is tested for absence
 ///     otherwise         the smallest of all that are given
-VEXA_API int32_t I_GetMinSize3(int32_t* width, int32_t* height, int32_t* bytes1, int32_t* bytes2,
-                               int32_t* bytes3, int32_t im1, int32_t im2, int32_t im3);
+VEXA_API int32_t I_GetMinSize3(int32_t *width, int32_t *height, int32_t *bytes1, int32_t *bytes2,
+                               int32_t *bytes3, int32_t im1, int32_t im2, int32_t im3);
 
 /// @}
 /// @name Types

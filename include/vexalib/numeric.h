@@ -155,14 +155,14 @@ VEXA_API VexaPoint *I_SpiralOutList(int32_t cols, int32_t rows, int32_t x, int32
 /// @name Swaps
 /// Each exchanges the two values that its arguments point to; with a null argument nothing happens.
 /// @{
-VEXA_API void swapchar(void *a, void *b);                 ///< one byte
-VEXA_API void swapshort(int16_t *a, int16_t *b);          ///< 16 bits
-VEXA_API void swapint(int32_t *a, int32_t *b);            ///< 32 bits
-VEXA_API void swaplong(int32_t *a, int32_t *b);           ///< 32 bits
+VEXA_API void swapchar(void *a, void *b);        ///< one byte
+VEXA_API void swapshort(int16_t *a, int16_t *b); ///< 16 bits
+VEXA_API void swapint(int32_t *a, int32_t *b);   ///< 32 bits
+VEXA_API void swaplong(int32_t *a, int32_t *b);  ///< 32 bits
 VEXA_API void swapfloat(float *a, float *b);
 VEXA_API void swapdouble(double *a, double *b);
 VEXA_API void swapcoord(VexaPoint *a, VexaPoint *b);
-VEXA_API void swapptr(void *a, void *b);                  ///< two pointers of their natural width
+VEXA_API void swapptr(void *a, void *b); ///< two pointers of their natural width
 /// The four bytes as a word in reverse order: 1, 2, 3, 4 give 0x01020304 on a little-endian machine. They
 /// stay as they are; any alignment.
 VEXA_API int32_t I_SwapLong(const void *bytes);

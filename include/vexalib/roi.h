@@ -59,27 +59,27 @@ VEXA_API int32_t I_SetROIType(int32_t type);
 VEXA_API int32_t I_SetWindowROI(int32_t left, int32_t top, int32_t right, int32_t bottom);
 
 /// The window as it is stored, whatever the type of the region.
-VEXA_API void I_GetWindowROI(int32_t* left, int32_t* top, int32_t* right, int32_t* bottom);
+VEXA_API void I_GetWindowROI(int32_t *left, int32_t *top, int32_t *right, int32_t *bottom);
 
 /// I_SetWindowROI with the rectangle grown by a margin on each side.
 ///
 /// @param rectangle not changed; null sets nothing
 /// @param margin    in pixels; negative shrinks
 /// @return 1, or 0 for null
-VEXA_API int32_t I_SetRectROI(const VexaBox* rectangle, int32_t margin);
+VEXA_API int32_t I_SetRectROI(const VexaBox *rectangle, int32_t margin);
 
 /// Makes a polygon the region. The points are copied.
 ///
 /// @param count 1 to 99
 /// @return 1; or 0 with error 12 "SetPolygonROI npts=%d", nothing changed, for another count or null points
-VEXA_API int32_t I_SetPolygonROI(const VexaPoint* points, int32_t count);
+VEXA_API int32_t I_SetPolygonROI(const VexaPoint *points, int32_t count);
 
 /// Copies the polygon, whatever the type of the region.
 ///
 /// @param points  room for as many points as maximum says
 /// @param maximum 0 or below copies nothing
 /// @return the number of points of the polygon
-VEXA_API int32_t I_GetPolygonROI(VexaPoint* points, int32_t maximum);
+VEXA_API int32_t I_GetPolygonROI(VexaPoint *points, int32_t maximum);
 
 /// Makes a list of runs the region. The points are copied to the list that I_ROIScanlist builds into.
 ///
@@ -95,7 +95,7 @@ VEXA_API int32_t I_GetPolygonROI(VexaPoint* points, int32_t maximum);
 ///              been used
 /// @return 1; or 0, the region as it was: error 38 "SetScanList npts=%d, maxsize=%d" for a bad count or list,
 ///         error 2 "Mkscanlist" when there is no memory
-VEXA_API int32_t I_SetScanlistROI(const VexaPoint* points, int32_t count);
+VEXA_API int32_t I_SetScanlistROI(const VexaPoint *points, int32_t count);
 
 /// Builds the list of the current region for the graphics image (I_SetGraphicsFrame) and copies it.
 ///
@@ -103,7 +103,7 @@ VEXA_API int32_t I_SetScanlistROI(const VexaPoint* points, int32_t count);
 /// @param maximum 0 copies nothing
 /// @return the number of points of the list, which may exceed maximum; or 0 with error 12 "getscanlist" for
 ///         null points or a negative maximum
-VEXA_API int32_t I_GetScanlistROI(VexaPoint* points, int32_t maximum);
+VEXA_API int32_t I_GetScanlistROI(VexaPoint *points, int32_t maximum);
 
 /// Builds the runs of the current region on an image, from top to bottom, as pairs of points with both ends
 /// inclusive.
@@ -118,7 +118,7 @@ VEXA_API int32_t I_GetScanlistROI(VexaPoint* points, int32_t maximum);
 /// @param count receives the number of points, two per run; 0 also when the image is not open (its error is
 ///              set) or there is no memory (error 2, "Mkscanlist" or "mkscanlist1")
 /// @return the list, valid until the next list is built; null only when there never was memory for it
-VEXA_API VexaPoint* I_ROIScanlist(int32_t* count, int32_t im);
+VEXA_API VexaPoint *I_ROIScanlist(int32_t *count, int32_t im);
 
 /// The smallest rectangle that holds the region on an image.
 ///
@@ -136,28 +136,28 @@ VEXA_API VexaPoint* I_ROIScanlist(int32_t* count, int32_t im);
 ///
 /// @return 1; or 0 for image 0 and for an image that is not open (its error is set), both of which set no
 ///         limit
-VEXA_API int32_t I_ROIBoundingBox(int32_t* left, int32_t* top, int32_t* right, int32_t* bottom, int32_t im);
+VEXA_API int32_t I_ROIBoundingBox(int32_t *left, int32_t *top, int32_t *right, int32_t *bottom, int32_t im);
 
 /// I_ROIBoundingBox on the size that two images share.
-VEXA_API int32_t I_ROIBoundingBox2(int32_t* left, int32_t* top, int32_t* right, int32_t* bottom, int32_t im1,
+VEXA_API int32_t I_ROIBoundingBox2(int32_t *left, int32_t *top, int32_t *right, int32_t *bottom, int32_t im1,
                                    int32_t im2);
 
 /// I_ROIBoundingBox on the size that three images share.
-VEXA_API int32_t I_ROIBoundingBox3(int32_t* left, int32_t* top, int32_t* right, int32_t* bottom, int32_t im1,
+VEXA_API int32_t I_ROIBoundingBox3(int32_t *left, int32_t *top, int32_t *right, int32_t *bottom, int32_t im1,
                                    int32_t im2, int32_t im3);
 
 /// I_ROIBoundingBox on the size that any number of images share.
 ///
 /// @return as I_ImGetMinSize
-VEXA_API int32_t I_ROIBoundingBoxN(int32_t* left, int32_t* top, int32_t* right, int32_t* bottom,
-                                   const int32_t* images, int32_t count);
+VEXA_API int32_t I_ROIBoundingBoxN(int32_t *left, int32_t *top, int32_t *right, int32_t *bottom,
+                                   const int32_t *images, int32_t count);
 
 /// The smallest number of columns and the smallest number of rows of some images, 65535 at most.
 ///
 /// @param images 0 and images that are not open set no limit
 /// @param count  0 or below, like null images, gives 65535 by 65535
 /// @return the result of I_ImGetSize for the last image that is not 0; 0 if there is none
-VEXA_API int32_t I_ImGetMinSize(int32_t* cols, int32_t* rows, const int32_t* images, int32_t count);
+VEXA_API int32_t I_ImGetMinSize(int32_t *cols, int32_t *rows, const int32_t *images, int32_t count);
 
 /// Area and outline of the region in the user's unit.
 ///
@@ -169,7 +169,7 @@ VEXA_API int32_t I_ImGetMinSize(int32_t* cols, int32_t* rows, const int32_t* ima
 ///
 /// @param xScale,yScale size of a pixel
 /// @return perimeter, the pointer
-VEXA_API double* I_ROISize(int32_t im, double* area, double* perimeter, double xScale, double yScale);
+VEXA_API double *I_ROISize(int32_t im, double *area, double *perimeter, double xScale, double yScale);
 
 /// The number of pixels inside a polygon, which is the current region afterwards. It is walked over with
 /// image 0, so that what lies left of or above (0, 0) does not count.
@@ -178,7 +178,7 @@ VEXA_API double* I_ROISize(int32_t im, double* area, double* perimeter, double x
 /// @param count      1 to 99
 /// @param pointBytes bytes per point
 /// @return the number of pixels, at most 2147483647; or 0 with the error of I_SetPolygonROI
-VEXA_API int32_t pPolygonArea(const void* points, int32_t count, int32_t pointBytes);
+VEXA_API int32_t pPolygonArea(const void *points, int32_t count, int32_t pointBytes);
 
 /// Walks over the region run by run, from top to bottom.
 ///
@@ -194,7 +194,7 @@ VEXA_API int32_t pPolygonArea(const void* points, int32_t count, int32_t pointBy
 ///
 /// Only one walk can be open: a new one ends it, and so does whatever else builds a list. A walk need not be
 /// finished.
-VEXA_API int32_t I_GetNextLine(int32_t* x, int32_t* y, int32_t* width, int32_t im, int32_t* first);
+VEXA_API int32_t I_GetNextLine(int32_t *x, int32_t *y, int32_t *width, int32_t im, int32_t *first);
 
 /// Walks over the region in bands of rows that fit the processor's cache.
 ///
@@ -209,14 +209,14 @@ VEXA_API int32_t I_GetNextLine(int32_t* x, int32_t* y, int32_t* width, int32_t i
 ///
 /// Posts "GetNextLines: Block origin is negative: Box=(%d,%d,%d,%d) ROIType=%d" or "GetNextLines: rows is
 /// negative: %d" when an image has no pixels.
-VEXA_API int32_t I_GetNextLines(int32_t* x, int32_t* y, int32_t* width, int32_t* height, int32_t im,
-                                int32_t* first, int32_t reserved);
+VEXA_API int32_t I_GetNextLines(int32_t *x, int32_t *y, int32_t *width, int32_t *height, int32_t im,
+                                int32_t *first, int32_t reserved);
 
 /// Sets how many megabytes of cache a band of three images may take: the value minus 0.2, at least 0.4.
 /// Starts at 1.8, as 2.0 sets it.
 ///
 /// @param megabytes null, a value below 0.5 or no number changes nothing
 /// @return the value before the call
-VEXA_API float I_SetCachingChunkMB(const float* megabytes);
+VEXA_API float I_SetCachingChunkMB(const float *megabytes);
 
 #endif

@@ -55,7 +55,7 @@ VEXA_API int32_t I_RecallROI(int32_t slot);
 /// @param count receives the number of points: 0 for FullFrame, 2 for a window
 /// @return the points, valid until the region changes (those of a window until the next call); null for
 ///         FullFrame
-VEXA_API VexaPoint* getroidata(int32_t* type, int32_t* count);
+VEXA_API VexaPoint *getroidata(int32_t *type, int32_t *count);
 
 /// Sets type and points of the current region together, without the tests of the functions of its type.
 ///
@@ -64,7 +64,7 @@ VEXA_API VexaPoint* getroidata(int32_t* type, int32_t* count);
 ///               list
 /// @param points null or a count too small leaves a window or a polygon as it is, and makes a list empty
 /// @return the previous type; or 0 with error 12 "I_SetROIType=%d", nothing changed, for another type
-VEXA_API int32_t setroidata(int32_t type, int32_t count, const VexaPoint* points);
+VEXA_API int32_t setroidata(int32_t type, int32_t count, const VexaPoint *points);
 
 /// Saves the current region on the stack: at a depth of d in slot 17 - d.
 ///
@@ -105,7 +105,7 @@ VEXA_API void I_CombineROIs(int32_t slotA, int32_t slotB, int32_t slotResult, in
 /// @param a,b a right or bottom of 0 is replaced, in the caller's record, by the last column or row of the
 ///            image
 /// @return 1; or 0 when a pointer is null, the image is not open or there is no memory
-VEXA_API int32_t I_CombineRectROIs(VexaBox* a, VexaBox* b, int32_t im);
+VEXA_API int32_t I_CombineRectROIs(VexaBox *a, VexaBox *b, int32_t im);
 
 /// The complement of the current region on an image becomes the current region, by way of slots 19 and 18
 /// into 17. The window is that of the whole image afterwards.
@@ -136,7 +136,7 @@ VEXA_API int32_t I_ClearOutsideROI(int32_t value, int32_t im);
 ///
 /// @return 1; or 0: error 16 with the file name as message, or error 2 "readroifile" without memory. Error 2
 ///         "readroifile()" for the points of one line leaves the result 1
-VEXA_API int32_t readroifile(const char* name);
+VEXA_API int32_t readroifile(const char *name);
 
 /// Writes the slots that have points into a text file; FullFrame slots are lost.
 ///
@@ -145,7 +145,7 @@ VEXA_API int32_t readroifile(const char* name);
 ///      5 2  3 10 10 20 10 15 20
 ///
 /// @return 1; or 0: error 16 with the file name as message, or error 2 "getroistring" without memory
-VEXA_API int32_t writeroifile(const char* name);
+VEXA_API int32_t writeroifile(const char *name);
 
 /// A new image of the region's bounding box on an image, with the region kept in it as text (parameter 15).
 ///
@@ -198,7 +198,7 @@ VEXA_API int32_t I_MakePolyCircle(double centerX, double centerY, double radius,
 /// @param count  receives n, without the closing point; 0 on failure
 /// @return n + 1 points, the caller's to free; null for a negative radius or, with error 2
 ///         "I_MakeCircleList", without memory
-VEXA_API VexaPointF* I_MakeCircleList(float centerX, float centerY, float radius, float aspect,
-                                      int32_t* count);
+VEXA_API VexaPointF *I_MakeCircleList(float centerX, float centerY, float radius, float aspect,
+                                      int32_t *count);
 
 #endif

@@ -62,23 +62,23 @@
 /// @param code   any number; 0 is no error
 /// @param format printf format of the message; null keeps the earlier message
 /// @return 0, so that `return I_SetError(...)` ends a failing operation
-VEXA_API int32_t I_SetError(int32_t code, const char* format, ...) VEXA_PRINTF(2, 3);
+VEXA_API int32_t I_SetError(int32_t code, const char *format, ...) VEXA_PRINTF(2, 3);
 
 /// Sets the last error with a finished text: at most 500 characters are copied, no name is put in front, and
 /// percent signs are plain characters.
 /// @param text null keeps the earlier message
 /// @return 0
-VEXA_API int32_t I_SetError1(int32_t code, const char* text);
+VEXA_API int32_t I_SetError1(int32_t code, const char *text);
 
 /// Reads the last error.
 /// @param buffer receives at most size - 1 characters of the message, and a zero at buffer[size - 1]; may be
 ///               null
 /// @param size   bytes in the buffer; below 1 nothing is copied
 /// @return the code, also where no text was asked for
-VEXA_API int32_t I_GetError(char* buffer, int32_t size);
+VEXA_API int32_t I_GetError(char *buffer, int32_t size);
 
 /// The name of the last error's code, never null; the empty text for 0 and for codes without a name.
-VEXA_API const char* I_GetErrorStr(void);
+VEXA_API const char *I_GetErrorStr(void);
 
 /// Presents the pending error and clears its code. After a success it does nothing, so it may stand
 /// unconditionally behind a group of calls.
@@ -93,25 +93,25 @@ VEXA_API const char* I_GetErrorStr(void);
 /// NULL): a message of 10 characters or more stays readable by I_GetError.
 ///
 /// @return the code that was pending; below 1 nothing was shown and nothing changed
-VEXA_API int32_t I_ShowError(const char* format, ...) VEXA_PRINTF(1, 2);
+VEXA_API int32_t I_ShowError(const char *format, ...) VEXA_PRINTF(1, 2);
 
 /// I_ShowError with the text read as a format without arguments: "%%" becomes "%", every other percent sign
 /// stands.
 /// @param text null counts as empty
-VEXA_API int32_t I_ShowError1(const char* text);
+VEXA_API int32_t I_ShowError1(const char *text);
 
 /// Posts a message of at most 1000 characters: it becomes the last posted message and goes to the error
 /// callback with its length plus 1, or, where there is no callback, to a box as the built-in callback shows
 /// it.
 /// @return 1
-VEXA_API int32_t I_PostMessage(const char* format, ...) VEXA_PRINTF(1, 2);
+VEXA_API int32_t I_PostMessage(const char *format, ...) VEXA_PRINTF(1, 2);
 
 /// Copies the last posted message, of I_PostMessage or I_ShowError.
 /// @param buffer receives at most size - 1 characters, and a zero at buffer[size - 1]; the empty text if
 ///               nothing was posted or there was no memory to keep it
 /// @param size   bytes in the buffer
 /// @return the length of the text in the buffer; 0 for a null buffer or a size below 1
-VEXA_API int32_t I_GetErrorHandlerMsg(char* buffer, int32_t size);
+VEXA_API int32_t I_GetErrorHandlerMsg(char *buffer, int32_t size);
 
 /// Puts a function in place that receives every posted message and every shown error.
 ///
@@ -128,19 +128,19 @@ VEXA_API VexaErrorCallback I_SetErrorHandlerCallback(VexaErrorCallback callback)
 /// @param format the text may be longer than it by 19999 characters; null shows "Null string" with the
 ///               caption "Message Error"; without memory the format itself is shown
 /// @return the number of characters formatted; 0 for a null format and without memory
-VEXA_API int32_t vexa_dprintf(const char* format, ...) VEXA_PRINTF(1, 2);
+VEXA_API int32_t vexa_dprintf(const char *format, ...) VEXA_PRINTF(1, 2);
 
 /// The same for faults of use; a null format shows an empty text.
-VEXA_API int32_t errorprintf(const char* format, ...) VEXA_PRINTF(1, 2);
+VEXA_API int32_t errorprintf(const char *format, ...) VEXA_PRINTF(1, 2);
 
 /// Asks a question of at most 2048 characters in a box with Yes and No and the caption "QUESTION".
 /// @param defaultYes non-zero makes Yes the default button, 0 No
 /// @return 1 for Yes, 0 for No
-VEXA_API int32_t yesno(int32_t defaultYes, const char* format, ...) VEXA_PRINTF(2, 3);
+VEXA_API int32_t yesno(int32_t defaultYes, const char *format, ...) VEXA_PRINTF(2, 3);
 
 /// yesno with a third button.
 /// @return 1 for Yes, 0 for No, 27 (the escape key's code) for Cancel
-VEXA_API int32_t yesnocancel(int32_t defaultYes, const char* format, ...) VEXA_PRINTF(2, 3);
+VEXA_API int32_t yesnocancel(int32_t defaultYes, const char *format, ...) VEXA_PRINTF(2, 3);
 
 /// Puts a function in place that is told how far a long operation is.
 /// @param callback   receives the fraction, above 0 and at most 1, and the text; null turns progress off. At
@@ -163,20 +163,20 @@ VEXA_API int32_t I_SetProgressCallback(VexaProgressCallback callback, int32_t in
 /// @param done,total in any unit
 /// @param text       what runs; null and the empty text keep the earlier one. The callback reads "----"
 ///                   before the first
-VEXA_API void I_TellProgress(float done, float total, const char* text);
+VEXA_API void I_TellProgress(float done, float total, const char *text);
 
 /// I_TellProgress with a formatted text of at most 300 characters and a time stamp of its own.
-VEXA_API void I_TellProgressEx(float done, float total, const char* format, ...) VEXA_PRINTF(3, 4);
+VEXA_API void I_TellProgressEx(float done, float total, const char *format, ...) VEXA_PRINTF(3, 4);
 
 /// Reads the progress that was told last.
 /// @param buffer receives min(size, length + 1) characters of the text, so that a text as long as the buffer
 ///               or longer has no terminating zero; "----" if there is no text; may be null
 /// @param size   bytes in the buffer; below 1 nothing is copied
 /// @return the last fraction, 0 to 1
-VEXA_API float I_GetProgress(char* buffer, int32_t size);
+VEXA_API float I_GetProgress(char *buffer, int32_t size);
 
 /// The progress callback at the start: does nothing.
-VEXA_API void I_ShowProgress(float fraction, const char* text);
+VEXA_API void I_ShowProgress(float fraction, const char *text);
 
 /// Where long operations ask whether the user wants them to stop: non-zero would stop them. There is no break
 /// here.
@@ -197,7 +197,7 @@ VEXA_API uint32_t coreleft(void);
 ///
 /// @param format the tag, at most 1000 characters (of which the message keeps what its 500 leave)
 /// @return 1 for a pointer, 0 for null: success is 1
-VEXA_API int32_t I_MallocOK(const void* pointer, const char* format, ...) VEXA_PRINTF(2, 3);
+VEXA_API int32_t I_MallocOK(const void *pointer, const char *format, ...) VEXA_PRINTF(2, 3);
 
 /// I_MallocOK with the opposite sense, and with " tot=" and the sum of used and avail ("%.0f") in the
 /// message:
@@ -205,28 +205,28 @@ VEXA_API int32_t I_MallocOK(const void* pointer, const char* format, ...) VEXA_P
 ///     "Memory allocation failed: TAG: %.0f MB used, %d MB avail. tot=%.0f"
 ///
 /// @return 0 for a pointer, 1 for null: failure is 1
-VEXA_API int32_t malloctest(const void* pointer, const char* format, ...) VEXA_PRINTF(2, 3);
+VEXA_API int32_t malloctest(const void *pointer, const char *format, ...) VEXA_PRINTF(2, 3);
 
 /// Starts a timing: reads the performance counter into the process's start stamp.
 /// @param stamp receives the same value as two words, low word first; may be null
 /// @return 1
-VEXA_API int32_t I_PerfStart(int32_t* stamp);
+VEXA_API int32_t I_PerfStart(int32_t *stamp);
 
 /// Milliseconds since a stamp, truncated; INT32_MIN where they do not fit.
 /// @param stamp of I_PerfStart; null, or a stamp whose low word is 0, stands for the process's start stamp,
 ///              which every I_PerfStart sets
-VEXA_API int32_t I_PerfMilliSec(const int32_t* stamp);
+VEXA_API int32_t I_PerfMilliSec(const int32_t *stamp);
 
 /// Microseconds since a stamp, truncated; INT32_MIN where they do not fit, after 35 minutes.
-VEXA_API int32_t I_PerfMicroSec(const int32_t* stamp);
+VEXA_API int32_t I_PerfMicroSec(const int32_t *stamp);
 
 /// Nanoseconds since a stamp, in integers: D / F * 960, D being the ticks divided by 32 and F the counter's
 /// ticks per second divided by 33333333 (30 for a counter of nanoseconds). Modulo 2 to the 32; 0 for a
 /// counter slower than F = 1.
-VEXA_API uint32_t I_PerfNanoSec(const int32_t* stamp);
+VEXA_API uint32_t I_PerfNanoSec(const int32_t *stamp);
 
 /// Ticks of the performance counter since a stamp: the difference of the low words, modulo 2 to the 32.
-VEXA_API int32_t I_PerfCycles(const int32_t* stamp);
+VEXA_API int32_t I_PerfCycles(const int32_t *stamp);
 
 /// Sets the debug word, at the start 0: non-zero turns on what operators show of their inner work, bit value
 /// 2 the dumps of line lists and of the alignment as well. Results do not depend on it but where an operator
@@ -249,13 +249,13 @@ VEXA_API int32_t nosound(void);
 /// Takes and releases 2097152 bytes and times an empty timing.
 /// @param drift receives the block's address minus that of the first call in the process; may be null
 /// @return the ticks between I_PerfStart(NULL) and I_PerfCycles(NULL): the process's start stamp is set
-VEXA_API int32_t MemTest(int32_t* drift);
+VEXA_API int32_t MemTest(int32_t *drift);
 
 /// 10 / a. With a = 0 it raises the processor's division fault on purpose, so that an application can test
 /// how it deals with faults; 0 is the result only if a handler steps over the fault.
 /// @param b     shows in the words only
 /// @param words receives 32 words: a, b and zeros; may be null
-VEXA_API int32_t OverflowTest(int32_t a, int32_t b, int32_t* words);
+VEXA_API int32_t OverflowTest(int32_t a, int32_t b, int32_t *words);
 
 /// Writes an array of numbers as text: rows of elements with a separator between, "\r\n" between rows.
 ///
@@ -281,17 +281,17 @@ VEXA_API int32_t OverflowTest(int32_t a, int32_t b, int32_t* words);
 /// @return the length of the text. 0 for a null array, cols or elementBytes below 1: then a null out shows
 ///         "FormatArray: zero size array: %d x %d x %d bytes" with cols, rows, elementBytes. 0 with error 2
 ///         and the tag "FormatArray" if there is no memory for the text to show
-VEXA_API int32_t I_FormatArrayEx(char* out, const void* array, int32_t elementBytes, int32_t cols,
-                                 int32_t rows, const char* numberFormat, const char* separator,
-                                 const char* title);
+VEXA_API int32_t I_FormatArrayEx(char *out, const void *array, int32_t elementBytes, int32_t cols,
+                                 int32_t rows, const char *numberFormat, const char *separator,
+                                 const char *title);
 
 /// I_FormatArrayEx with a blank between elements and no title.
-VEXA_API int32_t FormatArray(char* out, const void* array, int32_t elementBytes, int32_t cols, int32_t rows,
-                             const char* numberFormat);
+VEXA_API int32_t FormatArray(char *out, const void *array, int32_t elementBytes, int32_t cols, int32_t rows,
+                             const char *numberFormat);
 
 /// FormatArray with a formatted title, which may be longer than its format by 19999 characters; null is no
 /// title.
-VEXA_API int32_t FormatArray2(char* out, const void* array, int32_t elementBytes, int32_t cols, int32_t rows,
-                              const char* numberFormat, const char* titleFormat, ...) VEXA_PRINTF(7, 8);
+VEXA_API int32_t FormatArray2(char *out, const void *array, int32_t elementBytes, int32_t cols, int32_t rows,
+                              const char *numberFormat, const char *titleFormat, ...) VEXA_PRINTF(7, 8);
 
 #endif

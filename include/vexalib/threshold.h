@@ -72,7 +72,7 @@ VEXA_API int32_t I_NormalizeLimited(int32_t imSrc, int32_t imDest, float maxGain
 ///
 /// @param minimum,maximum,mean,deviation each may be null
 /// @return maximum - minimum
-VEXA_API float I_GetNormalizeRange(float* minimum, float* maximum, float* mean, float* deviation);
+VEXA_API float I_GetNormalizeRange(float *minimum, float *maximum, float *mean, float *deviation);
 
 /// Fills the border of a bare array from the edge of an inner rectangle.
 ///
@@ -85,7 +85,7 @@ VEXA_API float I_GetNormalizeRange(float* minimum, float* maximum, float* mean, 
 /// @param stride bytes from row to row; the array has stride / bytes columns
 /// @return 1; 0, nothing changed, if top is at or beyond rows, left at or beyond the columns, bottom not
 ///         beyond max(top, 0), or right not beyond max(left, 0)
-VEXA_API int32_t I_CopyBorder(void* pixels, int32_t bytes, int32_t stride, int32_t rows, int32_t left,
+VEXA_API int32_t I_CopyBorder(void *pixels, int32_t bytes, int32_t stride, int32_t rows, int32_t left,
                               int32_t top, int32_t right, int32_t bottom);
 
 /// I_CopyBorder on an image in memory, by its storage rows and its own columns: what pads the rows, and

@@ -130,8 +130,10 @@ struct ImageRecord {
     char *roiText;           ///< owned: a region of interest kept with the image, or null
     int32_t (*hook0)(int32_t x, int32_t y, int32_t a, int32_t b, int32_t c, ImageRecord *record);
     int32_t (*hook1)(int32_t x, int32_t y, int32_t a, int32_t b, int32_t c, ImageRecord *record);
-    int32_t (*getBlock)(int32_t x, int32_t y, int32_t width, int32_t height, void *buffer, ImageRecord *record);
-    int32_t (*putBlock)(int32_t x, int32_t y, int32_t width, int32_t height, void *buffer, ImageRecord *record);
+    int32_t (*getBlock)(int32_t x, int32_t y, int32_t width, int32_t height, void *buffer,
+                        ImageRecord *record);
+    int32_t (*putBlock)(int32_t x, int32_t y, int32_t width, int32_t height, void *buffer,
+                        ImageRecord *record);
     void *(*getPtr)(int32_t x, int32_t y, int32_t *bytesLeft, int32_t *stride, ImageRecord *record);
     void (*closeHook)(ImageRecord *record);
 };

@@ -164,8 +164,8 @@ MATCHER_P(SameFloats, expected, "")
 inline std::vector<float> trickyFloats()
 {
     const float inf = std::numeric_limits<float>::infinity();
-    return {0.0F,   -0.0F,  1.0F,   -1.0F,    0.5F,     127.0F,   128.0F, -128.0F,
-            254.5F, 255.0F, 255.5F, 65535.0F, 70000.0F, 1e-40F,   1e38F,  -3.2e38F,
+    return {0.0F,   -0.0F,  1.0F,   -1.0F,    0.5F,     127.0F,      128.0F, -128.0F,
+            254.5F, 255.0F, 255.5F, 65535.0F, 70000.0F, 1e-40F,      1e38F,  -3.2e38F,
             inf,    -inf,   NAN,    3.14159F, -2.718F,  16777216.0F, 100.0F, -1e-20F};
 }
 

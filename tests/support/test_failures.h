@@ -13,7 +13,8 @@ namespace vexa::test
 
 // Runs call with its first, second, ... allocation failing, once alone and once with all after it, until a run meets no
 // failure. After each run that met one, check gets the result; live bytes must be back at their level.
-void forEachFailingAllocation(const std::function<int64_t()>& call, const std::function<void(int64_t)>& check);
+void forEachFailingAllocation(const std::function<int64_t()>& call,
+                              const std::function<void(int64_t)>& check);
 
 // Collects the texts that the library posts, through the error callback, while it lives.
 class Messages

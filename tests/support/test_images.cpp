@@ -68,7 +68,9 @@ int32_t byteImage(std::initializer_list<std::initializer_list<int32_t>> rows)
 {
     const std::vector<std::vector<int32_t>> lines(rows.begin(), rows.end());
     return image(static_cast<int32_t>(lines.front().size()), static_cast<int32_t>(lines.size()), PIX_BYTE,
-                 [&](int32_t x, int32_t y) { return lines[static_cast<std::size_t>(y)][static_cast<std::size_t>(x)]; });
+                 [&](int32_t x, int32_t y) {
+                     return lines[static_cast<std::size_t>(y)][static_cast<std::size_t>(x)];
+                 });
 }
 
 int32_t byteImage(int32_t cols, int32_t rows, const PixelFunction& function)
