@@ -478,8 +478,15 @@ TEST_F(FailuresBlobs, FindBlobsWithoutMemory)
 {
     const int32_t im = drawn({"#.#.#", "###.#"});
     const int32_t labels = labelImage(im, PIX_WORD);
+    // Without room to postpone the writing of labels the search goes on and writes them at once.
     forEachFailingAllocation([&] { return I_FindBlobs(nullptr, im, labels); },
-                             [&](int64_t) { EXPECT_EQ(2, I_GetError(nullptr, 0)); });
+                             [&](int64_t result) {
+                                 EXPECT_TRUE(result == 1 || I_GetError(nullptr, 0) == 2);
+                                 if (result == 1 && I_GetError(nullptr, 0) == 0) {
+                                     EXPECT_EQ(2, I_GetBlobCount());
+                                     EXPECT_EQ(2.0, pixel(labels, 4, 1));
+                                 }
+                             });
 }
 
 TEST_F(FailuresBlobs, FindBlobs1WithoutMemory)
