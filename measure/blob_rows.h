@@ -127,6 +127,18 @@ struct AnyBits {
 };
 #endif
 
+#if VEXA_LEVEL == 3
+// The lowest n bits of the lanes, n from 0 to 64.
+inline uint64_t lowestLanes(uint64_t lanes, int32_t n)
+{
+#if defined(__x86_64__)
+    return _bzhi_u64(lanes, static_cast<uint32_t>(n));
+#else
+    return n < 64 ? lanes & ~(~uint64_t{0} << n) : lanes;
+#endif
+}
+#endif
+
 // The sum of n bytes.
 inline uint32_t sumBytes(const uint8_t* pixels, int32_t n)
 {
@@ -137,7 +149,7 @@ inline uint32_t sumBytes(const uint8_t* pixels, int32_t n)
                                 _mm256_sad_epu8(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(pixels)),
                                                 _mm256_setzero_si256()));
     // 64 pixels or fewer without a branch on their number.
-    const uint64_t lanes = _bzhi_u64(~uint64_t{0}, static_cast<uint32_t>(n));
+    const uint64_t lanes = lowestLanes(~uint64_t{0}, n);
     const __m256i first = _mm256_maskz_loadu_epi8(static_cast<__mmask32>(lanes), pixels);
     const __m256i second = _mm256_maskz_loadu_epi8(static_cast<__mmask32>(lanes >> 32), pixels + 32);
     sums = _mm256_add_epi64(sums, _mm256_add_epi64(_mm256_sad_epu8(first, _mm256_setzero_si256()),
@@ -253,7 +265,7 @@ void paint(const LabelPiece* pieces, int32_t count, int32_t first, int32_t last,
     constexpr int32_t kLanes = 64 / static_cast<int32_t>(sizeof(Pixel));
     constexpr uint64_t kAllLanes = ~uint64_t{0} >> (64 - kLanes);
     const auto lowest = [](int32_t n) {
-        return _bzhi_u64(kAllLanes, static_cast<uint32_t>(std::clamp(n, 0, 64)));
+        return lowestLanes(kAllLanes, std::clamp(n, 0, 64));
     };
     if (first > last)
         return;
