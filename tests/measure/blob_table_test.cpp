@@ -16,6 +16,7 @@ class BlobTable : public testing::Test
 protected:
     void SetUp() override
     {
+        I_SetROIType(0);
         grey_ = byteImage(12, 8);
         for (const VexaPoint p : {VexaPoint{3, 2}, {2, 3}, {3, 3}, {4, 3}, {3, 4}})
             I_PutPixByte(p.x, p.y, 100 + p.x, grey_);
