@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
+#include <limits>
 
 #include "support/buffer.h"
-#include "vexalib/arithmetic.h"
 #include "vexalib/blob_table.h"
 #include "vexalib/blobs.h"
 #include "vexalib/frames.h"
@@ -52,12 +52,18 @@ bool areNearer(const DefectRecord& a, const DefectRecord& b, int32_t distance)
 // Of two defects nearer than minDist the one with the smaller area goes, of equals the earlier one.
 void thinOut(Buffer<DefectRecord>& defects, int32_t minDist)
 {
+    // Blobs are as a rule numbered by the rows in which they begin: from the first that is too far down, all are.
+    const bool inOrder =
+        std::is_sorted(defects.begin(), defects.end(),
+                       [](const DefectRecord& a, const DefectRecord& b) { return a.y < b.y; });
+    const float reach = inOrder ? static_cast<float>(minDist) : std::numeric_limits<float>::infinity();
     for (DefectRecord& defect : defects) {
         // Required: a defect that was removed on the way goes on removing others by the area it had.
         const float area = defect.area;
         if (area == 0.0F)
             continue;
-        for (DefectRecord* other = &defect + 1; other != defects.end(); ++other) {
+        for (DefectRecord* other = &defect + 1; other != defects.end() && other->y - defect.y < reach;
+             ++other) {
             if (other->area == 0.0F || !areNearer(defect, *other, minDist))
                 continue;
             DefectRecord& smaller = other->area < area ? *other : defect;

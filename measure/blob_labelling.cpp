@@ -149,12 +149,12 @@ RunLabeller::operator bool() const
     return previous_ && current_ && scratch_ && reaches_ && runs_ && bounds_;
 }
 
-bool RunLabeller::label(const uint8_t* pixels, int32_t first, int32_t last, int32_t y,
+bool RunLabeller::label(const uint8_t* pixels, const uint8_t* next, int32_t first, int32_t last, int32_t y,
                         const ForegroundSet& foreground)
 {
     const BlobRows& rows = blobRows();
-    const int32_t count =
-        rows.findRuns(pixels + first, last - first + 1, first, foreground, bounds_.data(), runs_.data());
+    const int32_t count = rows.findRuns(pixels + first, last - first + 1, first, foreground, next + first,
+                                        bounds_.data(), runs_.data());
     runStart_ = currentCount_;
     RowJoin join = {
         blobTable(), rows.sum, pixels, y, reaches_.data() + above_, current_.data() + currentCount_};
@@ -212,7 +212,7 @@ PixelLabeller::operator bool() const
     return previous_ && current_;
 }
 
-bool PixelLabeller::label(const uint8_t* pixels, int32_t first, int32_t last, int32_t y,
+bool PixelLabeller::label(const uint8_t* pixels, const uint8_t*, int32_t first, int32_t last, int32_t y,
                           const ForegroundSet& foreground)
 {
     BlobTable& table = blobTable();

@@ -43,10 +43,10 @@ inline constexpr int32_t kSpareBounds = 16;
 
 // Row functions, one set per instruction set.
 struct BlobRows {
-    // The foreground runs of n pixels, of which the first is at x; the result is their number. bounds has room for
-    // n + 1 and kSpareBounds more.
+    // The foreground runs of n pixels, of which the first is at x; the result is their number. The pixels at next, of
+    // which there are n too, are those that the caller will ask for next. bounds has room for n + 1 and kSpareBounds.
     int32_t (*findRuns)(const uint8_t* pixels, int32_t n, int32_t x, const ForegroundSet& foreground,
-                        int32_t* bounds, ForegroundRun* runs);
+                        const uint8_t* next, int32_t* bounds, ForegroundRun* runs);
     uint32_t (*sum)(const uint8_t* pixels, int32_t n);
     // Writes columns first to last of a row: the pieces, in rising order, and zeros between them. Labels are cut to the
     // pixel's width. Pieces that lie outside the columns are left out.
@@ -66,10 +66,10 @@ public:
     explicit RunLabeller(int32_t width);
     explicit operator bool() const;
 
-    // Columns first to last of row y; pixels[x] is the value at x. False where a record could not be opened: the pixels
-    // before that one are counted.
-    [[nodiscard]] bool label(const uint8_t* pixels, int32_t first, int32_t last, int32_t y,
-                             const ForegroundSet& foreground);
+    // Columns first to last of row y; pixels[x] is the value at x, and next[x] probably that in the row to come. False
+    // where a record could not be opened: the pixels before that one are counted.
+    [[nodiscard]] bool label(const uint8_t* pixels, const uint8_t* next, int32_t first, int32_t last,
+                             int32_t y, const ForegroundSet& foreground);
     // After a condensation: the labels from column first to last of both rows change.
     void remap(int32_t first, int32_t last, const int32_t* table, int64_t tableSize);
     // The pieces that the last label() made, and their labels written out from column first to last.
@@ -102,8 +102,8 @@ public:
     explicit PixelLabeller(int32_t width);
     explicit operator bool() const;
 
-    [[nodiscard]] bool label(const uint8_t* pixels, int32_t first, int32_t last, int32_t y,
-                             const ForegroundSet& foreground);
+    [[nodiscard]] bool label(const uint8_t* pixels, const uint8_t* next, int32_t first, int32_t last,
+                             int32_t y, const ForegroundSet& foreground);
     void remap(int32_t first, int32_t last, const int32_t* table, int64_t tableSize);
     // labels()[x] is the label at x of the row in hand.
     const int32_t* labels() const { return current_.data() + 1; }

@@ -20,7 +20,7 @@ struct BlobRecord {
     int32_t firstX;
     int32_t firstY;
     uint32_t pixelCount;
-    int64_t sumIntensity; // as numbers with a fraction they would be the same: no sum comes near 2 to the 53
+    int64_t sumIntensity; // whole numbers; as doubles they would be exact too, none comes near 2 to the 53
     int64_t sumX;
     int64_t sumY;
 };

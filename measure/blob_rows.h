@@ -208,7 +208,8 @@ inline int32_t* appendPlaces(uint64_t bits, int32_t offset, int32_t* out)
 
 // The columns at which the foreground begins and ends, in turn; an end is the column behind the last pixel.
 template <typename Bits>
-int32_t findBounds(const uint8_t* pixels, int32_t n, int32_t x, const Bits& bitsOf64, int32_t* bounds)
+int32_t findBounds(const uint8_t* pixels, int32_t n, int32_t x, const Bits& bitsOf64, const uint8_t* next,
+                   int32_t* bounds)
 {
     int32_t* out = bounds;
     uint64_t inside = 0;
@@ -219,8 +220,10 @@ int32_t findBounds(const uint8_t* pixels, int32_t n, int32_t x, const Bits& bits
             out = appendPlaces(changes, at, out);
     };
     int32_t i = 0;
-    for (; i + 64 <= n; i += 64)
+    for (; i + 64 <= n; i += 64) {
+        _mm_prefetch(reinterpret_cast<const char*>(next + i), _MM_HINT_T0);
         scan(bitsOf64(pixels + i), x + i);
+    }
     if (i < n) {
         uint8_t rest[64] = {};
         std::memcpy(rest, pixels + i, static_cast<std::size_t>(n - i));
@@ -232,10 +235,10 @@ int32_t findBounds(const uint8_t* pixels, int32_t n, int32_t x, const Bits& bits
 }
 
 inline int32_t findRuns(const uint8_t* pixels, int32_t n, int32_t x, const ForegroundSet& foreground,
-                        int32_t* bounds, ForegroundRun* runs)
+                        const uint8_t* next, int32_t* bounds, ForegroundRun* runs)
 {
-    const int32_t count = foreground.isRange ? findBounds(pixels, n, x, RangeBits(foreground), bounds)
-                                             : findBounds(pixels, n, x, AnyBits(foreground), bounds);
+    const int32_t count = foreground.isRange ? findBounds(pixels, n, x, RangeBits(foreground), next, bounds)
+                                             : findBounds(pixels, n, x, AnyBits(foreground), next, bounds);
     for (int32_t i = 0; i < count / 2; ++i) {
         const int32_t first = bounds[2 * i], end = bounds[2 * i + 1];
         runs[i] = {first, end - 1, sumBytes(pixels + (first - x), end - first)};
@@ -264,17 +267,17 @@ void paint(const LabelPiece* pieces, int32_t count, int32_t first, int32_t last,
 {
     constexpr int32_t kLanes = 64 / static_cast<int32_t>(sizeof(Pixel));
     constexpr uint64_t kAllLanes = ~uint64_t{0} >> (64 - kLanes);
-    const auto lowest = [](int32_t n) {
-        return lowestLanes(kAllLanes, std::clamp(n, 0, 64));
-    };
+    const auto lowest = [](int32_t n) { return lowestLanes(kAllLanes, std::clamp(n, 0, 64)); };
     if (first > last)
         return;
     std::memset(row + first, 0, sizeof(Pixel) * static_cast<std::size_t>(last - first + 1));
     for (int32_t i = 0; i < count; ++i) {
         const int32_t from = std::max(pieces[i].first, first), to = std::min(pieces[i].last, last);
         const auto label = static_cast<Pixel>(pieces[i].label);
-        Pixel* out = row + from;
         int32_t n = to - from + 1;
+        if (n < 1)
+            continue;
+        Pixel* out = row + from;
         for (; n > 2 * kLanes; n -= kLanes, out += kLanes)
             storeLanes(out, kAllLanes, label);
         storeLanes(out, lowest(n), label);

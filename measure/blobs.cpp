@@ -119,13 +119,15 @@ private:
         if constexpr (kByRuns) {
             const ImageRecord* record = findImageRecord(imSrc_, "I_GetBlockType");
             const auto* row = memoryRow<const uint8_t>(record, PIX_BYTE, run.y);
-            if (row && run.last < record->cols)
-                return labeller_.label(row, run.first, run.last, run.y, foreground_);
+            if (row && run.last < record->cols) {
+                const uint8_t* next = run.y + 1 < record->rows ? row + record->stride : row;
+                return labeller_.label(row, next, run.first, run.last, run.y, foreground_);
+            }
         }
         // A run that cannot be read finds what earlier ones left.
         if (run.width() > 0)
             I_GetBlockType(run.first, run.y, run.width(), 1, bytes_.data() + run.first, imSrc_, PIX_BYTE);
-        return labeller_.label(bytes_.data(), run.first, run.last, run.y, foreground_);
+        return labeller_.label(bytes_.data(), bytes_.data(), run.first, run.last, run.y, foreground_);
     }
 
     // Keeps the labels below 256 for as long as possible.

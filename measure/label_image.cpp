@@ -1,8 +1,7 @@
 #include "measure/label_image.h"
 
 #include <algorithm>
-#include <cstring>
-#include <functional>
+#include <utility>
 
 #include "core/image_table.h"
 #include "support/numbers.h"
@@ -21,13 +20,13 @@ constexpr int32_t kLargestRegion = 65535; // sides of the region of interest
 constexpr int32_t kNoBand = -1;
 constexpr int64_t kFirstPieces = 1 << 14;
 
-// True where two images are in memory and share none of it.
+// True where two images in memory share none of it.
 bool areApart(const ImageRecord& a, const ImageRecord& b)
 {
-    const auto* beginA = static_cast<const uint8_t*>(a.data);
-    const auto* beginB = static_cast<const uint8_t*>(b.data);
-    return std::less_equal<>{}(beginA + int64_t{a.rows} * a.stride, beginB) ||
-           std::less_equal<>{}(beginB + int64_t{b.rows} * b.stride, beginA);
+    const auto beginA = reinterpret_cast<uintptr_t>(a.data), beginB = reinterpret_cast<uintptr_t>(b.data);
+    const auto bytesA = static_cast<uintptr_t>(int64_t{a.rows} * a.stride);
+    const auto bytesB = static_cast<uintptr_t>(int64_t{b.rows} * b.stride);
+    return beginA < beginB ? beginB - beginA >= bytesA : beginA - beginB >= bytesB;
 }
 
 bool isLabelType(int32_t type)
@@ -45,8 +44,8 @@ void LabelImage::postponeWriting(int32_t imSrc, int32_t runs)
         return;
     const ImageRecord* source = findImageRecord(imSrc, "I_GetBlockType");
     const ImageRecord* labels = findImageRecord(im_, "I_PutBlockType");
-    if (!memoryRow<uint8_t>(source, PIX_BYTE, 0) || !isLabelType(labels->type) ||
-        !memoryRow<uint8_t>(labels, labels->type, 0))
+    if (!labels || !isLabelType(labels->type) || !memoryRow<uint8_t>(labels, labels->type, 0) ||
+        !memoryRow<uint8_t>(source, PIX_BYTE, 0))
         return;
     if (source->cols != labels->cols || source->rows != labels->rows ||
         std::max(source->cols, source->rows) > kLargestRegion || !areApart(*source, *labels))
@@ -109,15 +108,20 @@ void LabelImage::write(const ScanRun& run, const LabelPiece* pieces, int32_t cou
     }
 }
 
-void LabelImage::finishWriting(const int32_t* remap)
+void LabelImage::finishWriting()
 {
-    if (!isPostponing())
-        return;
+    if (isPostponing())
+        writeKept({});
+}
+
+// With remap[label] for each label inside the table.
+void LabelImage::writeKept(const Buffer<int32_t>& remap)
+{
     LabelPiece* pieces = pieces_.data();
     for (int32_t i = 0; i < runCount_; ++i) {
         const KeptRun& kept = runs_[i];
-        for (int32_t k = 0; remap && k < kept.pieces; ++k)
-            pieces[k].label = remap[pieces[k].label];
+        for (LabelPiece* piece = pieces; piece != pieces + kept.pieces; ++piece)
+            piece->label = piece->label < remap.size() ? remap[piece->label] : piece->label;
         write(kept.run, pieces, kept.pieces);
         pieces += kept.pieces;
     }
@@ -131,7 +135,7 @@ void LabelImage::renumber(const Buffer<int32_t>& remap, int32_t remaining)
     // A scan that stopped leaves rows whose old contents the table maps too, and words do not hold every label.
     const bool keptAll = isPostponing() && runCount_ == runs_.size();
     if (keptAll && (I_ImGetType(im_) == PIX_DWORD || remap.size() <= 65536)) {
-        finishWriting(remap.data());
+        writeKept(remap);
         I_SetColorBand(kNoBand); // as every row operator does
     } else {
         finishWriting();

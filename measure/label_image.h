@@ -48,8 +48,8 @@ public:
     // As I_PutBlockType of one row of PIX_DWORD: a run in pieces, or as the labels of all columns.
     void put(const ScanRun& run, const LabelPiece* pieces, int32_t count);
     void put(const ScanRun& run, const int32_t* labels);
-    // Writes what was kept, with remap[label] for each label if there is a table.
-    void finishWriting(const int32_t* remap = nullptr);
+    // Writes what was kept.
+    void finishWriting();
 
     // After a condensation that dropped records: the labels in the image become remap[label], as far as they are in the
     // region of interest, and the image's value range 0 to remaining.
@@ -64,6 +64,7 @@ private:
     bool isPostponing() const { return static_cast<bool>(runs_); }
     [[nodiscard]] bool reservePieces(int32_t more);
     [[nodiscard]] bool keep(const ScanRun& run, const LabelPiece* pieces, int32_t count);
+    void writeKept(const Buffer<int32_t>& remap);
     void write(const ScanRun& run, const LabelPiece* pieces, int32_t count);
 
     int32_t im_;

@@ -192,9 +192,11 @@ template <std::size_t Count>
 bool joinable(const Block& block, const std::array<Rows, Count>& rows, const Processing& processing)
 {
     const int64_t rowBytes = block.width * processing.bytes;
-    const auto dest = reinterpret_cast<uintptr_t>(rows.back().first);
+    const auto addressOf = [](const Rows& operand) {
+        return static_cast<int64_t>(reinterpret_cast<uintptr_t>(operand.first));
+    };
     return std::all_of(rows.begin(), rows.end(), [&](const Rows& operand) {
-        const auto distance = static_cast<int64_t>(reinterpret_cast<uintptr_t>(operand.first) - dest);
+        const int64_t distance = addressOf(operand) - addressOf(rows.back());
         return operand.step == rowBytes && (distance == 0 || std::abs(distance) >= rowBytes * block.height);
     });
 }

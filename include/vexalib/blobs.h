@@ -66,9 +66,10 @@
 /// @param lut     256 bytes; null stands for 0 at value 0 and 1 elsewhere
 /// @param imSrc   the image to search; may be imLabel
 /// @param imLabel receives the labels; a number that is no open image stands for none, as 0 does
-/// @return 1, also without any blob or any run; or 0: an image that is not open (20 or 24, "I_ImGetSize(...)" as the
-///         size call reports it), or no memory, error 2 with the tag "I_FindBlobs" (the table keeps what it had) or
-///         "condensebtable" (the records are not joined).
+/// @return 1, also without any blob or any run; or 0: imSrc is not open, error 20 "I_ImGetSize(, im=N)  im. not open"
+///         or 24 "I_ImGetSize(, im=N) im. not open"; or there is no memory, error 2 with the tag "I_FindBlobs" (the
+///         table keeps what it had) or "condensebtable" (its records are not joined). A number for imLabel that is no
+///         image, other than 0, sets 20 or 24 in the name I_ImGetType and changes nothing else.
 ///
 /// Reads the region of interest, the statistics colour mode and the table limit. Leaves no colour band selected
 /// where the label image was renumbered. Reports progress under "find blobs" and "condense blobs".

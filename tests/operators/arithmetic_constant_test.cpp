@@ -20,9 +20,9 @@ class AgainstReferenceConstant : public ArithmeticSuite
 class FailuresConstant : public ArithmeticSuite
 {
 };
-VEXA_ON_EVERY_SET(LiteralConstant);
-VEXA_ON_EVERY_SET(AgainstReferenceConstant);
-VEXA_ON_EVERY_SET(FailuresConstant);
+INSTANTIATE_TEST_SUITE_P(EverySet, LiteralConstant, everySet(), setName);
+INSTANTIATE_TEST_SUITE_P(EverySet, AgainstReferenceConstant, everySet(), setName);
+INSTANTIATE_TEST_SUITE_P(EverySet, FailuresConstant, everySet(), setName);
 
 // All 256 bytes through an operator, against a function of each.
 template <typename Operator, typename Function>

@@ -204,6 +204,16 @@ protected:
     }
 };
 
+inline auto everySet()
+{
+    return testing::ValuesIn(vexa::availableInstructionSets());
+}
+inline std::string setName(const testing::TestParamInfo<vexa::InstructionSet>& info)
+{
+    const char* const names[] = {"base", "avx2", "avx512"};
+    return names[static_cast<int32_t>(info.param)];
+}
+
 // The pixels that a function of the column and the row gives.
 template <typename Function>
 std::vector<uint8_t> expectedBytes(int32_t cols, int32_t rows, Function function)
@@ -217,8 +227,5 @@ std::vector<uint8_t> expectedBytes(int32_t cols, int32_t rows, Function function
 }
 
 } // namespace vexa::test
-
-#define VEXA_ON_EVERY_SET(Suite)                                                                             \
-    INSTANTIATE_TEST_SUITE_P(EverySet, Suite, testing::ValuesIn(vexa::availableInstructionSets()))
 
 #endif

@@ -24,10 +24,10 @@ class BoundsArithmetic : public ArithmeticSuite
 class FailuresArithmetic : public ArithmeticSuite
 {
 };
-VEXA_ON_EVERY_SET(LiteralArithmetic);
-VEXA_ON_EVERY_SET(AgainstReferenceArithmetic);
-VEXA_ON_EVERY_SET(BoundsArithmetic);
-VEXA_ON_EVERY_SET(FailuresArithmetic);
+INSTANTIATE_TEST_SUITE_P(EverySet, LiteralArithmetic, everySet(), setName);
+INSTANTIATE_TEST_SUITE_P(EverySet, AgainstReferenceArithmetic, everySet(), setName);
+INSTANTIATE_TEST_SUITE_P(EverySet, BoundsArithmetic, everySet(), setName);
+INSTANTIATE_TEST_SUITE_P(EverySet, FailuresArithmetic, everySet(), setName);
 
 // One pixel of each operand through an operator.
 template <typename Operator>

@@ -18,9 +18,9 @@ class AgainstReferenceBoxArithmetic : public ArithmeticSuite
 class FailuresBoxArithmetic : public ArithmeticSuite
 {
 };
-VEXA_ON_EVERY_SET(LiteralBoxArithmetic);
-VEXA_ON_EVERY_SET(AgainstReferenceBoxArithmetic);
-VEXA_ON_EVERY_SET(FailuresBoxArithmetic);
+INSTANTIATE_TEST_SUITE_P(EverySet, LiteralBoxArithmetic, everySet(), setName);
+INSTANTIATE_TEST_SUITE_P(EverySet, AgainstReferenceBoxArithmetic, everySet(), setName);
+INSTANTIATE_TEST_SUITE_P(EverySet, FailuresBoxArithmetic, everySet(), setName);
 
 TEST_P(AgainstReferenceBoxArithmetic, BlendByPixelOfEveryPairAndWeight)
 {

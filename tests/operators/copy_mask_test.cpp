@@ -21,10 +21,10 @@ class BoundsCopy : public ArithmeticSuite
 class FailuresCopy : public ArithmeticSuite
 {
 };
-VEXA_ON_EVERY_SET(LiteralCopy);
-VEXA_ON_EVERY_SET(LiteralMask);
-VEXA_ON_EVERY_SET(BoundsCopy);
-VEXA_ON_EVERY_SET(FailuresCopy);
+INSTANTIATE_TEST_SUITE_P(EverySet, LiteralCopy, everySet(), setName);
+INSTANTIATE_TEST_SUITE_P(EverySet, LiteralMask, everySet(), setName);
+INSTANTIATE_TEST_SUITE_P(EverySet, BoundsCopy, everySet(), setName);
+INSTANTIATE_TEST_SUITE_P(EverySet, FailuresCopy, everySet(), setName);
 
 int32_t counting(int32_t cols, int32_t rows, int32_t type = PIX_BYTE)
 {

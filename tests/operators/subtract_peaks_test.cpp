@@ -17,9 +17,9 @@ class AgainstReferenceSubtractPeaks : public ArithmeticSuite
 class FailuresSubtractPeaks : public ArithmeticSuite
 {
 };
-VEXA_ON_EVERY_SET(LiteralSubtractPeaks);
-VEXA_ON_EVERY_SET(AgainstReferenceSubtractPeaks);
-VEXA_ON_EVERY_SET(FailuresSubtractPeaks);
+INSTANTIATE_TEST_SUITE_P(EverySet, LiteralSubtractPeaks, everySet(), setName);
+INSTANTIATE_TEST_SUITE_P(EverySet, AgainstReferenceSubtractPeaks, everySet(), setName);
+INSTANTIATE_TEST_SUITE_P(EverySet, FailuresSubtractPeaks, everySet(), setName);
 
 struct Spot {
     int32_t x, y, value;
