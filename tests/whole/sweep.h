@@ -144,6 +144,15 @@ std::vector<SweptFunction> sweptOperators();
 std::vector<SweptFunction> sweptMeasure();
 std::vector<SweptFunction> sweptFilesAndGraphics();
 std::vector<SweptFunction> sweptSupport();
+std::vector<SweptFunction> sweptSmoothing();
+std::vector<SweptFunction> sweptRankAndEdges();
+std::vector<SweptFunction> sweptConvolution();
+std::vector<SweptFunction> sweptGeometry();
+std::vector<SweptFunction> sweptProfiles();
+std::vector<SweptFunction> sweptPictures();
+std::vector<SweptFunction> sweptStores();
+std::vector<SweptFunction> sweptAlign();
+std::vector<SweptFunction> sweptInspection();
 std::vector<SweptFunction> allSwept();
 
 } // namespace vexa::test

@@ -170,8 +170,10 @@ const char* Stage::text()
 std::vector<SweptFunction> allSwept()
 {
     std::vector<SweptFunction> all;
-    for (const auto& table : {sweptCore(), sweptRegion(), sweptOperators(), sweptMeasure(),
-                              sweptFilesAndGraphics(), sweptSupport()})
+    for (const auto& table :
+         {sweptCore(), sweptRegion(), sweptOperators(), sweptMeasure(), sweptFilesAndGraphics(),
+          sweptSupport(), sweptSmoothing(), sweptRankAndEdges(), sweptConvolution(), sweptGeometry(),
+          sweptProfiles(), sweptPictures(), sweptStores(), sweptAlign(), sweptInspection()})
         all.insert(all.end(), table.begin(), table.end());
     return all;
 }
