@@ -1,0 +1,39 @@
+// Pyramids of the boxes that are searched for and in.
+#ifndef VEXA_ALIGN_PATTERN_PYRAMID_H
+#define VEXA_ALIGN_PATTERN_PYRAMID_H
+
+#include <cstdint>
+
+#include "support/buffer.h"
+#include "vexalib/correlation.h"
+
+namespace vexa
+{
+
+inline constexpr int32_t kPyramidLevels = 8;
+inline constexpr int32_t kPyramidRecordSize = 184; // the mark of a complete record, whatever its size is here
+
+// What messages tell of a pointer.
+inline uint32_t addressWord(const void* pointer)
+{
+    return static_cast<uint32_t>(reinterpret_cast<uintptr_t>(pointer));
+}
+
+// A kept pyramid and its pixels.
+class PyramidSlot
+{
+public:
+    // The pyramid of a box, the kept one if it still fits, or null with the error. Fills the zeros in the box.
+    PatternPyramid* reuseOrLearn(VexaBox& box, int32_t image, bool isPattern);
+    void clear() { block_ = {}; }
+
+private:
+    bool stillFits(const VexaBox& box, int32_t image);
+    PatternPyramid* record() { return reinterpret_cast<PatternPyramid*>(block_.data()); }
+
+    Buffer<uint8_t> block_;
+};
+
+} // namespace vexa
+
+#endif
