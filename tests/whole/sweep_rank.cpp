@@ -1,11 +1,86 @@
 #include "tests/whole/sweep.h"
+#include "vexalib/edges.h"
+#include "vexalib/neighbourhood.h"
+#include "vexalib/rank.h"
 
 namespace vexa::test
 {
+namespace
+{
+
+using namespace gen;
+
+int32_t extent(Stage& s)
+{
+    return s.pick({kLowest, -1, 0, 1, 2, 3, 4, 7, 50, 1000, kHighest});
+}
+
+// A region and a border of any kind, for the next call.
+void setting(Stage& s)
+{
+    const VexaPoint triangle[] = {{2, 2}, {30, 5}, {9, 25}};
+    const VexaPoint runs[] = {{1, 1}, {5, 1}, {9, 1}, {30, 1}, {0, 7}, {20, 7}};
+    switch (s.random() % 4) {
+    case 0:
+        I_SetPolygonROI(triangle, 3);
+        break;
+    case 1:
+        I_SetScanlistROI(runs, 6);
+        break;
+    case 2:
+        I_SetWindowROI(XY(s), XY(s), XY(s), XY(s));
+        break;
+    default:
+        I_SetROIType(0);
+    }
+    I_SetBorderMode(s.pick({kLowest, -2, -1, 0, 128, kHighest}), OUT(s), s.pick({0, 1, 2, 4, 17}));
+}
+
+template <typename Call>
+SweptFunction inSetting(const char* name, Call call)
+{
+    return {name, [=](Stage& s) {
+                setting(s);
+                call(s);
+                I_SetROIType(0);
+                I_SetBorderMode(-1, nullptr, 0);
+            }};
+}
+
+} // namespace
 
 std::vector<SweptFunction> sweptRankAndEdges()
 {
-    return {};
+    const auto histogram = [](Stage& s) { return static_cast<uint32_t*>(OUT(s)); };
+    const auto count = [](Stage& s) { return static_cast<int32_t*>(OUT(s)); };
+    const auto real = [](Stage& s) { return static_cast<float>(REAL(s)); };
+    return {
+        inSetting("I_MxN9ptFilt",
+                  [=](Stage& s) {
+                      const float param[] = {real(s), real(s)};
+                      I_MxN9ptFilt(IM(s), IM(s), extent(s), extent(s),
+                                   s.pick({-1, 0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, kHighest}),
+                                   s.random() % 3 ? param : nullptr);
+                  }),
+        inSetting("I_Median", [](Stage& s) { I_Median(IM(s), IM(s)); }),
+        inSetting("I_Erode", [=](Stage& s) { I_Erode(IM(s), IM(s), real(s)); }),
+        inSetting("I_Dilate", [=](Stage& s) { I_Dilate(IM(s), IM(s), real(s)); }),
+        inSetting("I_MinPeak", [](Stage& s) { I_MinPeak(IM(s), IM(s), extent(s), extent(s), MODE(s)); }),
+        inSetting("I_BinaryDilate", [](Stage& s) { I_BinaryDilate(IM(s), IM(s), MODE(s)); }),
+        inSetting("I_Skeleton", [](Stage& s) { I_Skeleton(IM(s), IM(s)); }),
+        inSetting("I_Deflicker", [](Stage& s) { I_Deflicker(IM(s), IM(s), MODE(s)); }),
+        inSetting("I_Edge", [](Stage& s) { I_Edge(IM(s), IM(s), extent(s), extent(s)); }),
+        inSetting("I_Sobel", [](Stage& s) { I_Sobel(IM(s), IM(s)); }),
+        inSetting("I_Contour", [](Stage& s) { I_Contour(IM(s), IM(s), MODE(s), MODE(s)); }),
+        inSetting("I_Gradient",
+                  [=](Stage& s) { I_Gradient(IM(s), IM(s), extent(s), real(s), histogram(s), count(s)); }),
+        // A number of directions below 1 ends the process.
+        inSetting("I_Gradient2",
+                  [=](Stage& s) {
+                      I_Gradient2(IM(s), IM(s), extent(s), real(s), histogram(s), count(s), histogram(s),
+                                  s.pick({1, 2, 3, 90, 256, kBufferElements}));
+                  }),
+    };
 }
 
 } // namespace vexa::test

@@ -1,0 +1,283 @@
+#include "vexalib/edges.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdlib>
+#include <cstring>
+#include <functional>
+
+#include "filters/edge_angles.h"
+#include "filters/nine_point.h"
+#include "operators/clip_table.h"
+#include "operators/working_type.h"
+#include "support/buffer.h"
+#include "support/numbers.h"
+#include "support/trace.h"
+#include "vexalib/block.h"
+#include "vexalib/image.h"
+#include "vexalib/numeric.h"
+#include "vexalib/roi.h"
+#include "vexalib/status.h"
+
+#define VEXA_ROWS_FILE "filters/edges_rows.h"
+#include "support/for_each_instruction_set.h"
+
+namespace vexa
+{
+
+NinePointFilter sobelFilter()
+{
+    return VEXA_ROWS(kSobel);
+}
+
+NinePointFilter contourFilter()
+{
+    return {VEXA_ROWS(contourRow), nullptr};
+}
+
+NinePointFilter verticalGradientFilter()
+{
+    return {VEXA_ROWS(verticalGradientRow), nullptr};
+}
+
+NinePointFilter horizontalGradientFilter()
+{
+    return {VEXA_ROWS(horizontalGradientRow), nullptr};
+}
+
+namespace
+{
+
+constexpr int32_t kDirections = 90;
+
+// What the gradient functions are asked for.
+struct GradientRequest {
+    int32_t step;
+    float threshold;
+    uint32_t* histogram; // of the gentle pixels, may be null
+    uint32_t* angles;    // strength by direction, may be null
+    int32_t angleCount;
+    bool directions; // the form with directions
+};
+
+// Of the strong pixels.
+struct GradientSums {
+    double total = 0.0;
+    int32_t count = 0;
+};
+
+// The region's box of an image, and what becomes of it.
+template <typename Pixel>
+struct GradientBox {
+    const Pixel* pixels;
+    Pixel* out; // may be null
+    int32_t width;
+    int32_t height;
+};
+
+void countGentle(const GradientRequest& request, int32_t value)
+{
+    if (request.histogram)
+        ++request.histogram[std::clamp(value, 0, 255)];
+}
+
+int32_t magnitudeOf(int32_t a, int32_t b)
+{
+    return isqrt(a * a + b * b);
+}
+
+// Bytes: gentle slopes remain in the output, strong pixels are 0.
+GradientSums sumMagnitudes(const GradientBox<uint8_t>& box, const GradientRequest& request)
+{
+    const int32_t strong = Rnd(request.threshold);
+    const int64_t width = box.width;
+    GradientSums sums;
+    for (int32_t y = 0; y < int64_t{box.height} - request.step; ++y) {
+        const uint8_t* const row = box.pixels + y * width;
+        const uint8_t* const below = row + request.step * width;
+        uint8_t* const out = box.out ? box.out + y * width : nullptr;
+        for (int32_t x = 0; x < width - request.step; ++x) {
+            const int32_t size = magnitudeOf(row[x] - below[x], row[x] - row[x + request.step]);
+            const bool isStrong = size >= strong;
+            if (isStrong) {
+                sums.total += size;
+                ++sums.count;
+            } else {
+                countGentle(request, row[x]);
+            }
+            if (out)
+                out[x] = isStrong ? uint8_t{0} : static_cast<uint8_t>(size);
+        }
+    }
+    return sums;
+}
+
+// A direction's bin. What no bin holds ends the process, as a failed assertion would.
+int32_t directionOf(int32_t dx, int32_t dy, int32_t count)
+{
+    const int32_t bin = quickAngle(dx, dy, count);
+    if (bin < 0 || bin >= count) {
+        debugTrace("a=%d of %d", bin, count);
+        std::exit(1); // Required.
+    }
+    return bin;
+}
+
+// Bytes, with directions: the output tells them.
+GradientSums sumDirections(const GradientBox<uint8_t>& box, const GradientRequest& request)
+{
+    const int32_t strong = Rnd(request.threshold);
+    const int64_t width = box.width;
+    GradientSums sums;
+    // Required: two rows fewer than without directions.
+    for (int32_t y = 0; y < int64_t{box.height} - request.step - 2; ++y) {
+        const uint8_t* const row = box.pixels + y * width;
+        const uint8_t* const below = row + request.step * width;
+        for (int32_t x = 0; x < width - request.step; ++x) {
+            const int32_t dx = row[x] - row[x + request.step];
+            const int32_t dy = row[x] - below[x];
+            const int32_t size = magnitudeOf(dx, dy);
+            const int32_t bin = directionOf(dx, dy, request.angleCount);
+            if (!(request.threshold >= static_cast<float>(size))) {
+                if (request.angles)
+                    request.angles[bin] += static_cast<uint32_t>(size);
+                if (box.out)
+                    box.out[y * width + x] =
+                        static_cast<uint8_t>(wrapMultiply(bin, 180) / request.angleCount + 70);
+            }
+            if (size < strong) {
+                countGentle(request, row[x]);
+            } else {
+                sums.total += size;
+                ++sums.count;
+            }
+        }
+    }
+    return sums;
+}
+
+// Floats, in both functions: squares are summed, the output stays 0.
+GradientSums sumSquares(const GradientBox<float>& box, const GradientRequest& request)
+{
+    const double strong = static_cast<double>(request.threshold) * static_cast<double>(request.threshold);
+    const int64_t width = box.width;
+    GradientSums sums;
+    for (int32_t y = 0; y < int64_t{box.height} - request.step; ++y) {
+        const float* const row = box.pixels + y * width;
+        const float* const below = row + request.step * width;
+        for (int32_t x = 0; x < width - request.step; ++x) {
+            const double a = static_cast<double>(row[x]) - static_cast<double>(below[x]);
+            const double b = static_cast<double>(row[x]) - static_cast<double>(row[x + request.step]);
+            const double square = a * a + b * b;
+            if (square > strong) {
+                sums.total += square;
+                ++sums.count;
+            } else {
+                countGentle(request, truncToInt32(row[x]));
+            }
+        }
+    }
+    return sums;
+}
+
+// Reads the box, sums, and stores the output block; false without memory.
+template <typename Pixel, typename Sum>
+bool runGradient(int32_t src, int32_t dst, const VexaBox& box, int32_t type, bool startsAsCopy, Sum sum,
+                 GradientSums* sums)
+{
+    const int32_t width = box.right - box.left + 1;
+    const int32_t height = box.bottom - box.top + 1;
+    const int64_t pixels = int64_t{width} * height;
+    Buffer<Pixel> in(pixels);
+    Buffer<Pixel> out(dst != 0 ? pixels : 0);
+    if (malloctest(in && out ? in.data() : nullptr, "I_Gradient2"))
+        return false;
+    I_GetBlockType(box.left, box.top, width, height, in.data(), src, type);
+    if (startsAsCopy && dst != 0)
+        std::copy_n(in.data(), pixels, out.data());
+    *sums = sum(GradientBox<Pixel>{in.data(), dst != 0 ? out.data() : nullptr, width, height});
+    if (dst != 0)
+        I_PutBlockType(box.left, box.top, width, height, out.data(), dst, type);
+    return true;
+}
+
+// The root of the mean over the strong pixels; false where there is no region, it is smaller than the step, or there
+// is no memory.
+bool gradient(int32_t src, int32_t dst, GradientRequest request, int32_t* count, float* result)
+{
+    *result = 0.0F;
+    const int32_t type = I_ImGetType(src);
+    VexaBox box = {};
+    if (!I_ROIBoundingBox(&box.left, &box.top, &box.right, &box.bottom, src))
+        return false;
+    request.step = std::max(request.step, 1);
+    const int64_t cols = int64_t{box.right} - box.left + 1 - request.step;
+    const int64_t rows = int64_t{box.bottom} - box.top + 1 - request.step;
+    if (cols * rows < 1)
+        return false;
+    if (request.histogram)
+        std::fill_n(request.histogram, 256, 0U);
+    GradientSums sums;
+    bool worked = false;
+    if (type != PIX_BYTE) {
+        const auto sum = [&](const GradientBox<float>& floats) { return sumSquares(floats, request); };
+        worked = runGradient<float>(src, dst, box, PIX_FLOAT, false, sum, &sums);
+    } else if (request.directions) {
+        const auto sum = [&](const GradientBox<uint8_t>& bytes) { return sumDirections(bytes, request); };
+        worked = runGradient<uint8_t>(src, dst, box, PIX_BYTE, false, sum, &sums);
+    } else {
+        const auto sum = [&](const GradientBox<uint8_t>& bytes) { return sumMagnitudes(bytes, request); };
+        worked = runGradient<uint8_t>(src, dst, box, PIX_BYTE, request.threshold < 255.0F, sum, &sums);
+    }
+    if (!worked)
+        return false;
+    if (count)
+        *count = sums.count;
+    *result = static_cast<float>(std::sqrt(sums.total / std::max(sums.count, 1)));
+    return true;
+}
+
+} // namespace
+} // namespace vexa
+
+using namespace vexa;
+
+int32_t I_Edge(int32_t src, int32_t dst, int32_t M, int32_t N)
+{
+    const int32_t width = std::max(M, 2);
+    const int32_t height = std::max(N, 2);
+    const FrameFilter row = std::min(width, height) < 3 ? VEXA_ROWS(smallEdgeRow) : VEXA_ROWS(edgeRow);
+    return runFrame(src, dst, width, height, nullptr, row, PIX_BYTE, FrameOutput::straight);
+}
+
+int32_t I_Sobel(int32_t src, int32_t dst)
+{
+    const NinePointFilter sobel = sobelFilter();
+    if (widestType(src, dst) < 2)
+        return runFrame(src, dst, 3, 3, nullptr, sobel.bytes, PIX_BYTE, FrameOutput::straight);
+    return runFrame(src, dst, 3, 3, nullptr, sobel.floats, PIX_FLOAT, FrameOutput::straight);
+}
+
+int32_t I_Contour(int32_t src, int32_t dst, int32_t spacing, int32_t mark)
+{
+    if (spacing == 0)
+        return 0;
+    ContourParameter parameter = {spacing, mark};
+    return runFrame(src, dst, 3, 3, &parameter, contourFilter().bytes, PIX_BYTE, FrameOutput::straight);
+}
+
+float I_Gradient(int32_t src, int32_t dst, int32_t step, float threshold, uint32_t* histogram, int32_t* count)
+{
+    float result = 0.0F;
+    (void)gradient(src, dst, {step, threshold, histogram, nullptr, 0, false}, count, &result);
+    return result;
+}
+
+float I_Gradient2(int32_t src, int32_t dst, int32_t step, float threshold, uint32_t* histogram,
+                  int32_t* count, uint32_t* angles, int32_t angleCount)
+{
+    float result = 0.0F;
+    (void)gradient(src, dst, {step, threshold, histogram, angles, angleCount, true}, count, &result);
+    return result;
+}
