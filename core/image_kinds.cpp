@@ -5,8 +5,7 @@ namespace vexa
 namespace
 {
 
-// The kinds that are built in stand here, all others are registered at run time.
-constinit ImageKindHooks hooks = {};
+constinit ImageKindHooks hooks = {isKindRegistered, openKind, refreshKind, openFileKind};
 
 } // namespace
 

@@ -1,4 +1,4 @@
-// Where images that do not live in memory come from. The files that provide such kinds fill in the hooks.
+// Where images that do not live in memory come from.
 #ifndef VEXA_CORE_IMAGE_KINDS_H
 #define VEXA_CORE_IMAGE_KINDS_H
 
@@ -13,6 +13,7 @@ inline constexpr int32_t kMemoryKind = 1;
 inline constexpr int32_t kFileKind = 8;
 inline constexpr int32_t kFirstRegisteredKind = 16;
 
+// What opening and measuring an image ask of the kinds; a test may put its own in place.
 struct ImageKindHooks {
     // True if operations are registered for a kind.
     bool (*isRegistered)(int32_t kind) = nullptr;
@@ -24,6 +25,14 @@ struct ImageKindHooks {
     bool (*openFile)(ImageRecord& record, FILE* file) = nullptr;
 };
 ImageKindHooks& imageKindHooks();
+
+// kinds.cpp
+bool isKindRegistered(int32_t kind);
+bool openKind(ImageRecord& record, int32_t kind);
+void refreshKind(ImageRecord& record);
+
+// file_kind.cpp
+bool openFileKind(ImageRecord& record, FILE* file);
 
 } // namespace vexa
 

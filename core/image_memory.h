@@ -14,9 +14,8 @@ inline constexpr int64_t kPaletteBytes = 1024;
 // The address of pixel (0, 0) if the pixels can be reached there; null if only the kind's operations reach them.
 inline uint8_t* directPixels(const ImageRecord& record)
 {
-    // A registered kind without an open operation keeps its instance number in data.
-    const bool instanceNumber = record.ops && !record.ops->open;
-    return instanceNumber ? nullptr : static_cast<uint8_t*>(record.data);
+    // What a registered kind keeps in data is its own business, and no address.
+    return record.ops ? nullptr : static_cast<uint8_t*>(record.data);
 }
 
 // Rows of so many pixels, rounded up to the default alignment of rows.

@@ -110,6 +110,8 @@ bool openRegistered(ImageRecord& record, int32_t kind, int32_t slot)
     const bool opened = hooks.open(record, kind);
     if (state.openingSlot != slot) {
         vexa_dprintf("Problem in ImageTypeOpen(): incorrect fcn type? inum=%d, type=%d", slot, kind);
+        if (opened && record.closeHook)
+            record.closeHook(&record);
         return false;
     }
     return opened;

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstdio>
 
 #include "vexalib/platform.h"
 
@@ -51,6 +52,10 @@ std::size_t readProfile(const char* file, const char* section, const char* key, 
                         char* buffer, std::size_t size);
 // Writes or replaces the key; 0 if the file cannot be written.
 int32_t writeProfile(const char* file, const char* section, const char* key, const char* text);
+
+// Sets and tells a stream's position from the start of its file, in files of any size; false and -1 where there is none.
+bool seekFile(std::FILE* file, int64_t position);
+int64_t filePosition(std::FILE* file);
 
 // The code of this thread's last failed system call, and the system's text for it.
 int32_t lastError(char* text, std::size_t size);

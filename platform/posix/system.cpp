@@ -46,6 +46,17 @@ char directorySeparator()
     return '/';
 }
 
+bool seekFile(std::FILE* file, int64_t position)
+{
+    const auto offset = static_cast<off_t>(position);
+    return offset == position && fseeko(file, offset, SEEK_SET) == 0;
+}
+
+int64_t filePosition(std::FILE* file)
+{
+    return ftello(file);
+}
+
 void raiseDivisionFault()
 {
 #if defined(__x86_64__) || defined(__i386__)
