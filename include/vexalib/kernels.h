@@ -1,0 +1,111 @@
+/// Convolution kernels as records: of simulated lenses, of an application, of measured profiles.
+///
+///     records    I_MakeComplexKernel I_FreeKernel
+///     profiles   I_CustomBlurKernel I_CustomSmooth
+///
+/// Example: a kernel of an application's own, normalised, and an image convolved with it.
+///
+///     Kernel *kernel = I_MakeComplexKernel(NULL, 7, 7, real, pairs);
+///     if (kernel)
+///         I_Convolve(imSrc, imDest, kernel, PIX_FLOAT);
+///     I_FreeKernel(kernel);
+#ifndef VEXALIB_KERNELS_H
+#define VEXALIB_KERNELS_H
+
+#include "vexalib/types.h"
+
+/// A kernel and the lens that it belongs to. An application's own record starts zeroed.
+///
+/// Arrays are plain heap blocks, row by row from the top; images are closed, and arrays and record released,
+/// by I_FreeKernel.
+typedef struct Kernel {
+    int32_t cols;            ///< width in pixels
+    int32_t rows;            ///< height in pixels
+    int32_t imLens;          ///< float image, fftSize square: the effective lens in the frequency plane
+    int32_t imSpread;        ///< complex image: its transform, the point spread, centred
+    int32_t imIllum;         ///< byte image: the illumination aperture blended with the lens disc
+    int32_t imFurther[2];    ///< closed with the record, otherwise 0
+    void *furtherArray;      ///< released with the record, otherwise null
+    float *kernelData;       ///< cols * rows elements, normalised, for I_Convolve with PIX_FLOAT
+    float *displayData;      ///< cols * rows elements, the largest magnitude 1000
+    VexaPointF *spareArray;  ///< cols * rows zeros
+    VexaPointF *complexData; ///< cols * rows real and imaginary parts, for I_Convolve with PIX_COMPLEX
+    int32_t fftSize;         ///< side of imLens and imSpread
+    float R0;                ///< Rayleigh radius of the projection lens in pixels
+    float sigma;             ///< outer illumination radius as a fraction of the lens radius
+    float isigma;            ///< inner illumination radius as the same fraction
+    float focus;             ///< defocus
+    float fwhm;              ///< width of the kernel at half height
+    float srcR0;             ///< Rayleigh radius of the source lens, 0 for none
+    float srcSigma;          ///< sigma of the source lens
+    float srcIsigma;         ///< isigma of the source lens
+    float type;              ///< illumination type
+    char illumFile[256];     ///< file of a file aperture
+    float LensDiaPix;        ///< diameter of the lens in pixels of the frequency plane
+    float precision;         ///< precision for which the kernel was cut, -1 while uncut
+    float ErrFrac;           ///< fraction of the spread that lies outside the kernel
+    float *projOTF;          ///< fftSize elements: middle row of imLens before source correction, or null
+    float *srcOTF;           ///< fftSize elements: middle row of the source lens, or null
+    float *ratioOTF;         ///< fftSize elements: middle row of imLens after source correction, or null
+} Kernel;
+
+/// @name Records
+/// @{
+
+/// Turns a raw kernel into the three normalised forms of a record.
+///
+///     displayData = real * 1000 / m             m the largest magnitude of real
+///     kernelData  = real * scale                scale = 1 / max(|s|, 0.0001), s the sum of real
+///     complexData = complex * scale / h         h = |sum of complex * scale|, but at least 0.001
+///
+/// With isigma above 0.9, scale is multiplied by t = s / (1.5 q) where t is at most 1, q being the root of the
+/// sum of the squares of real: a strongly annular lens has little net sum.
+///
+/// @param kernel     the record to fill, its old arrays released; null makes a new one, which the caller owns
+/// @param cols,rows  size in pixels; below 1 gives a record without elements
+/// @param real       cols * rows elements
+/// @param complex    cols * rows real and imaginary parts
+/// @return the record; null if an array is null, and without memory: error 2 "I_MakeComplexKernel: N" with the
+///         number of elements. The caller's record then has no arrays
+///
+/// A kernel of zeros has no largest magnitude: displayData holds no numbers then.
+VEXA_API Kernel *I_MakeComplexKernel(Kernel *kernel, int32_t cols, int32_t rows, const float *real,
+                                     const VexaPointF *complex);
+
+/// Closes the images of a kernel, releases its arrays and the record.
+///
+/// @param kernel from I_MakeComplexKernel, or from malloc
+/// @return 1; 0 for null
+VEXA_API int32_t I_FreeKernel(Kernel *kernel);
+
+/// @}
+/// @name Profiles
+/// @{
+
+/// Makes a kernel from two measured line spreads by interpolating around the circle.
+///
+/// With c = M / 2, r = N / 2 and d the distance of element (i, j) from (c, r), whose parts are dx and dy:
+///
+///     xValue  = xProfile[trunc(c - d)] left of column c, xProfile[trunc(c + d)] from it on; 0 outside
+///     yValue  = yProfile[trunc(r - d)] above row r, yProfile[trunc(r + d)] from it on; 0 outside
+///     element = trunc(1000 * ((1 - w) * yValue + w * xValue)), w = dx / (dx + dy), 0.5 at the centre
+///
+/// @param M,N      width and height in pixels; below 2 counts as 1
+/// @param xProfile M values, fractions of the peak; null counts as zeros
+/// @param yProfile N values
+/// @param kernel   in: a block of an earlier call, which is freed, or null; out: M * N elements, row by row,
+///                 to be freed with free or vexaFree; null after a failure. Must not be null itself
+/// @param sum      receives the sum of the elements; may be null
+///
+/// Without memory error 2 "I_CustomBlurKernel" is left.
+VEXA_API void I_CustomBlurKernel(int32_t M, int32_t N, const double *xProfile, const double *yProfile,
+                                 int32_t **kernel, int32_t *sum);
+
+/// I_MxNConvolve with a kernel of I_CustomBlurKernel, divided by its sum.
+/// @return as I_MxNConvolve; 0 without memory for the kernel
+VEXA_API int32_t I_CustomSmooth(int32_t imSrc, int32_t imDest, int32_t M, int32_t N, const double *xProfile,
+                                const double *yProfile);
+
+/// @}
+
+#endif
