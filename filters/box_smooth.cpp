@@ -1,0 +1,208 @@
+// The separable moving average with windows of fractional size.
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <functional>
+#include <utility>
+
+#include "filters/frame.h"
+#include "operators/working_type.h"
+#include "support/buffer.h"
+#include "support/numbers.h"
+#include "support/trace.h"
+#include "vexalib/arithmetic.h"
+#include "vexalib/block.h"
+#include "vexalib/image.h"
+#include "vexalib/numeric.h"
+#include "vexalib/roi.h"
+#include "vexalib/roi_store.h"
+#include "vexalib/smoothing.h"
+#include "vexalib/status.h"
+
+namespace vexa
+{
+namespace
+{
+
+// Up to this height or width of a window its sums fit into 16 bits.
+constexpr int32_t kMostShortWindow = 257;
+
+// What a smoothing pass hands to its row functions.
+struct BoxParameter {
+    int32_t scale;  // 1024 over the area of the window
+    int32_t weight; // of the end rows or columns, in units of 1/1024
+    double inverse; // 1 over the area
+    double edge;    // the weight for floats
+    void* sums;     // of each column, kept from line to line
+};
+
+struct BoxFilters {
+    FrameFilter columnBytes;
+    FrameFilter columnBytesTall;
+    FrameFilter columnBytesAnew;
+    FrameFilter columnFloats;
+    FrameFilter rowBytes;
+    FrameFilter rowBytesWide;
+    FrameFilter rowFloats;
+};
+
+} // namespace
+} // namespace vexa
+
+#define VEXA_ROWS_FILE "filters/box_smooth_rows.h"
+#include "support/for_each_instruction_set.h"
+
+namespace vexa
+{
+namespace
+{
+
+// One axis of a window: an odd number of samples, of which the two at the ends may count in part.
+struct Window {
+    int32_t samples;
+    float edge;
+
+    explicit Window(float size) : samples(truncToInt32(std::ceil(size)) | 1), edge(0.0F)
+    {
+        if (static_cast<float>(samples) != size)
+            edge = (size - static_cast<float>(int64_t{samples} - 2)) * 0.5F;
+    }
+};
+
+void fillZeros(const FrameLine& line, void*)
+{
+    std::memset(line.out, 0, static_cast<std::size_t>(line.count));
+}
+
+// The sums of a column window, where there is memory for them.
+Buffer<uint8_t> columnSums(int32_t imDest, int32_t height)
+{
+    int32_t cols = 0;
+    if (!I_ImGetSize(&cols, nullptr, nullptr, imDest))
+        return {};
+    return Buffer<uint8_t>(int64_t{cols} * (height <= kMostShortWindow ? 2 : 4));
+}
+
+FrameFilter chooseByteFilter(int32_t width, int32_t height, const BoxParameter& box)
+{
+    // A window of more than 2048 pixels; its weights may be beyond all bounds.
+    if (box.scale == 0)
+        return fillZeros;
+    const BoxFilters& filters = VEXA_ROWS(kBoxFilters);
+    if (width > 1)
+        return width <= kMostShortWindow ? filters.rowBytes : filters.rowBytesWide;
+    if (!box.sums)
+        return filters.columnBytesAnew;
+    return height <= kMostShortWindow ? filters.columnBytes : filters.columnBytesTall;
+}
+
+// One of width and height is 1.
+void smoothingPass(int32_t imSrc, int32_t imDest, float width, float height)
+{
+    const int32_t type = NarrowestPixelType(orNoImage(imSrc), orNoImage(imDest), kNoImage, 1);
+    const Window x(width);
+    const Window y(height);
+    const float area = width * height;
+    const bool rows = x.samples > 1;
+    const float edge = rows ? x.edge : y.edge;
+    BoxParameter box = {Rnd(static_cast<float>(1024.0 / double{area})), truncToInt32(edge * 1024.0F),
+                        1.0 / double{area}, double{edge}, nullptr};
+    if (type != PIX_BYTE) {
+        const BoxFilters& filters = VEXA_ROWS(kBoxFilters);
+        runFrame(imSrc, imDest, x.samples, y.samples, &box, rows ? filters.rowFloats : filters.columnFloats,
+                 PIX_FLOAT, FrameOutput::straight);
+        return;
+    }
+    Buffer<uint8_t> sums;
+    if (!rows && box.scale != 0)
+        sums = columnSums(imDest, y.samples);
+    box.sums = sums.data();
+    runFrame(imSrc, imDest, x.samples, y.samples, &box, chooseByteFilter(x.samples, y.samples, box), PIX_BYTE,
+             FrameOutput::straight);
+}
+
+// Pixels of an image beside a region, put back when they have served their turn.
+class [[nodiscard]] SavedStrip
+{
+public:
+    SavedStrip(int32_t im, int32_t x, int32_t y, int32_t width, int32_t height)
+        : im_(im), x_(x), y_(y), width_(width), height_(height), type_(I_ImGetType(im)),
+          pixels_(width > 0 ? I_DupBlockType(x, y, width, height, im, type_) : nullptr)
+    {
+    }
+    ~SavedStrip()
+    {
+        if (!pixels_)
+            return;
+        I_PutBlockType(x_, y_, width_, height_, pixels_, im_, type_);
+        vexaFree(pixels_);
+    }
+    SavedStrip(const SavedStrip&) = delete;
+    SavedStrip& operator=(const SavedStrip&) = delete;
+
+private:
+    int32_t im_;
+    int32_t x_;
+    int32_t y_;
+    int32_t width_;
+    int32_t height_;
+    int32_t type_;
+    void* pixels_;
+};
+
+// The columns of the first pass: the region's, and those beside it that the second pass reads.
+struct WidenedBox {
+    VexaBox box = {};
+    int32_t left = 0;
+    int32_t right = 0;
+
+    WidenedBox(int32_t im, float width)
+    {
+        int32_t cols = 0;
+        I_ImGetSize(&cols, nullptr, nullptr, im);
+        I_ROIBoundingBox(&box.left, &box.top, &box.right, &box.bottom, im);
+        const float half = width * 0.5F;
+        left = truncToInt32(std::max(0.0F, static_cast<float>(box.left) - half));
+        right = truncToInt32(std::min(static_cast<float>(cols - 1), static_cast<float>(box.right) + half));
+    }
+    int64_t leftStrip() const { return int64_t{box.left} - left; }
+    int64_t rightStrip() const { return int64_t{right} - box.right; }
+    bool widened() const { return leftStrip() > 0 || rightStrip() > 0; }
+};
+
+void smoothColumns(int32_t imSrc, int32_t imDest, float height, const WidenedBox& columns)
+{
+    if (columns.widened())
+        I_PushWindowROI(columns.left, columns.box.top, columns.right, columns.box.bottom);
+    smoothingPass(imSrc, imDest, 1.0F, height);
+    if (columns.widened())
+        I_PopROI();
+}
+
+void smoothRows(int32_t imDest, float width)
+{
+    if (width > 1.0F)
+        smoothingPass(imDest, imDest, width, 1.0F);
+}
+
+} // namespace
+} // namespace vexa
+
+int32_t I_MxNSmooth(int32_t imSrc, int32_t imDest, float width, float height)
+{
+    using namespace vexa;
+    I_TellProgress(0.0F, 0.0F, "MxNSmooth");
+    if (!(height > 1.0F)) {
+        I_ROICopy(imSrc, imDest, 0, 0);
+        smoothRows(imDest, width);
+        return 1;
+    }
+    const WidenedBox columns(imDest, width);
+    const VexaBox& box = columns.box;
+    const int32_t rows = box.bottom - box.top + 1;
+    const SavedStrip left(imDest, columns.left, box.top, saturateToInt32(columns.leftStrip()), rows);
+    const SavedStrip right(imDest, box.right + 1, box.top, saturateToInt32(columns.rightStrip()), rows);
+    smoothColumns(imSrc, imDest, height, columns);
+    smoothRows(imDest, width);
+    return 1;
+}
