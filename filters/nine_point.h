@@ -47,6 +47,15 @@ NinePointFilter contourFilter();
 NinePointFilter verticalGradientFilter();
 NinePointFilter horizontalGradientFilter();
 
+// Of the smoothing family. The mean takes no user data, sharpening takes SharpenParams and the clip mode in force.
+NinePointFilter meanFilter();
+NinePointFilter sharpenFilter();
+
+struct SharpenParams {
+    int32_t strength; // in units of 1/128
+    int32_t noCentre; // non-zero: the high-pass term alone
+};
+
 struct ContourParameter {
     int32_t spacing; // not 0
     int32_t mark;    // negative: the centre with its highest bit turned over

@@ -7,7 +7,7 @@
 #include <utility>
 
 #include "core/image_table.h"
-#include "filters/smoothing_filters.h"
+#include "filters/nine_point.h"
 #include "operators/row_choice.h"
 #include "operators/working_type.h"
 #include "support/numbers.h"
@@ -22,16 +22,29 @@
 namespace vexa
 {
 
-FrameFilter meanFilter(int32_t type)
+NinePointFilter meanFilter()
 {
-    return type == PIX_BYTE ? VEXA_ROWS(meanBytes) : VEXA_ROWS(meanFloats);
+    return VEXA_ROWS(kMean);
 }
 
-FrameFilter sharpenFilter(int32_t type)
+NinePointFilter sharpenFilter()
 {
-    return VEXA_ROWS(kSharpenRows).choose(type).function;
+    const auto& rows = VEXA_ROWS(kSharpenRows);
+    return {rows.choose(PIX_BYTE).function, rows.choose(PIX_FLOAT).function};
 }
 
+namespace
+{
+
+// Bytes, or floats for all other types.
+int32_t runNinePoints(const NinePointFilter& filter, int32_t imSrc, int32_t imDest, int32_t size, void* user,
+                      bool bytes)
+{
+    return runFrame(imSrc, imDest, size, size, user, bytes ? filter.bytes : filter.floats,
+                    bytes ? PIX_BYTE : PIX_FLOAT, FrameOutput::straight);
+}
+
+} // namespace
 } // namespace vexa
 
 int32_t I_Smooth(int32_t imSrc, int32_t imDest)
@@ -39,19 +52,18 @@ int32_t I_Smooth(int32_t imSrc, int32_t imDest)
     using namespace vexa;
     I_TellProgress(0.0F, 0.0F, "Smooth");
     const bool bytes = NarrowestPixelType(orNoImage(imSrc), orNoImage(imDest), kNoImage, 1) < PIX_WORD;
-    const int32_t type = bytes ? PIX_BYTE : PIX_FLOAT;
-    return runFrame(imSrc, imDest, 3, 3, nullptr, meanFilter(type), type, FrameOutput::straight);
+    return runNinePoints(meanFilter(), imSrc, imDest, 3, nullptr, bytes);
 }
 
 int32_t I_Sharpen(int32_t imSrc, int32_t imDest, int32_t strength, int32_t width, int32_t noCentre)
 {
     using namespace vexa;
-    const int32_t type = widestType(imSrc, imDest) == PIX_BYTE ? PIX_BYTE : PIX_FLOAT;
+    const bool bytes = widestType(imSrc, imDest) == PIX_BYTE;
     if (width < 1)
         return I_SetError(1, "I_Sharpen: width=%d", width);
     const int32_t size = saturateToInt32(2 * int64_t{width} + 1);
     SharpenParams params = {strength, noCentre};
-    return runFrame(imSrc, imDest, size, size, &params, sharpenFilter(type), type, FrameOutput::straight);
+    return runNinePoints(sharpenFilter(), imSrc, imDest, size, &params, bytes);
 }
 
 int32_t I_UnsharpMask(int32_t imSrc, int32_t imDest, float width, float height, float gain)

@@ -94,6 +94,8 @@ inline void meanFloats(const FrameLine& line, void*)
     });
 }
 
+inline constexpr NinePointFilter kMean = {meanBytes, meanFloats};
+
 // Strengths up to this one leave every result, and its sum with 128, in 16 bits.
 inline constexpr int32_t kMostShortStrength = 2000;
 

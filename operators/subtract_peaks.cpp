@@ -3,6 +3,7 @@
 #include <cmath>
 #include <cstring>
 #include <functional>
+#include <optional>
 #include <utility>
 
 #include "core/image_table.h"
@@ -13,6 +14,7 @@
 #include "support/numbers.h"
 #include "vexalib/arithmetic.h"
 #include "vexalib/block.h"
+#include "vexalib/smoothing.h"
 #include "vexalib/statistics.h"
 #include "vexalib/status.h"
 
@@ -115,7 +117,6 @@ BinaryRowFilter rowInForce(const std::array<BinaryRowFilter, vexa::kClipRows>& r
     return rows[static_cast<std::size_t>(vexa::clipState().row)];
 }
 
-// A whole offset as an integer of the frames.
 bool isWhole(float offset)
 {
     return std::trunc(offset) == offset;
@@ -132,19 +133,22 @@ int32_t I_SubtractEx(int32_t imA, int32_t imB, int32_t imDest, int32_t dx, int32
 int32_t I_Subtract1Ex(int32_t imA, int32_t imB, int32_t imDest, float dx, float dy, int32_t clipMode,
                       float sharpness, uint32_t* histogram)
 {
-    const vexa::ClipModeGuard mode(clipMode);
+    std::optional<vexa::ClipModeGuard> mode(std::in_place, clipMode);
     const vexa::ImageGuard own(imDest == 0 ? I_CloneImage(imB, 0, 0) : 0);
     const int32_t dest = imDest != 0 ? imDest : own.get();
     if (dest == 0)
         return 0;
     I_ShowError("S1E-3");
-    if (!isWhole(dx) || !isWhole(dy)) {
-        I_SetError(12, "I_Subtract1Ex: no offset in fractions of a pixel: %.3f %.3f (sharpness %.3f)",
-                   static_cast<double>(dx), static_cast<double>(dy), static_cast<double>(sharpness));
+    const bool whole = isWhole(dx) && isWhole(dy);
+    const vexa::ImageGuard moved(whole ? 0 : I_CloneImage(imB, 0, 1));
+    if (!whole && moved.get() == 0)
         return 0;
-    }
-    I_ShowError("S1E-4  Images: %d %d %d", imA, imB, dest);
-    const int32_t result = I_Subtract(imA, imB, dest, vexa::truncToInt32(dx), vexa::truncToInt32(dy));
+    if (!whole)
+        I_ShiftSharpen(imB, moved.get(), dx, dy, sharpness);
+    I_ShowError("S1E-4  Images: %d %d %d", imA, whole ? imB : moved.get(), dest);
+    const int32_t result = whole ? I_Subtract(imA, imB, dest, vexa::truncToInt32(dx), vexa::truncToInt32(dy))
+                                 : I_Subtract(imA, moved.get(), dest, 0, 0);
+    mode.reset();
     I_ShowError("S1E-5");
     if (histogram)
         I_CalcHist(histogram, dest);

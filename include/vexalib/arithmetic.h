@@ -92,18 +92,17 @@ VEXA_API int32_t I_SubtractEx(int32_t imA, int32_t imB, int32_t imDest, int32_t 
 ///
 /// @param imDest    receives the differences; 0: an image like imB, closed at the end, so that the histogram
 ///                  is all that remains
-/// @param dx,dy     offset of imB in pixels; whole numbers
+/// @param dx,dy     offset of imB in pixels. Unless both are whole numbers, imB is first moved by I_ShiftSharpen
+///                  into a copy of it; where that has no source the copy is as imB
 /// @param clipMode  as in I_SubtractEx
-/// @param sharpness reserved for offsets in fractions of a pixel
+/// @param sharpness as for I_ShiftSharpen
 /// @param histogram 256 counts of the result inside the region, or null
-/// @return 1 or 0 as I_Subtract; 0 too for an imDest of 0 where imB cannot be cloned, and 0 with error 12
-///         "I_Subtract1Ex: no offset in fractions of a pixel: X Y (sharpness S)" if dx or dy is no whole
-///         number
+/// @return 1 or 0 as I_Subtract; 0 too where imB has to be cloned and cannot be
 ///
 /// Presents a pending error at each stage through I_ShowError, which clears it:
 ///
 ///     "S1E-3"                     before anything is done
-///     "S1E-4  Images: A B DEST"   before the subtraction
+///     "S1E-4  Images: A B DEST"   before the subtraction, B being the moved copy where there is one
 ///     "S1E-5"                     after it
 ///     "S1E-6"                     after the histogram
 VEXA_API int32_t I_Subtract1Ex(int32_t imA, int32_t imB, int32_t imDest, float dx, float dy, int32_t clipMode,

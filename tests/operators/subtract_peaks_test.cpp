@@ -1,5 +1,6 @@
 #include "support/buffer.h"
 #include "tests/operators/arithmetic_reference.h"
+#include "vexalib/smoothing.h"
 
 namespace
 {
@@ -86,21 +87,27 @@ TEST_P(LiteralSubtractPeaks, SubtractOf1ExWithoutDestinationFillsTheHistogramOnl
     EXPECT_EQ(1, I_Subtract1Ex(a, b, 0, 0.0F, 0.0F, 1, 1.0F, nullptr));
 }
 
-TEST_P(LiteralSubtractPeaks, FractionsOfAPixelAreRefused)
+TEST_P(LiteralSubtractPeaks, FractionsOfAPixelMoveACopy)
 {
-    const int32_t im = byteImage({{9, 8}});
-    I_SetClipMode(4);
-    for (const float offset : {0.5F, -1.25F, static_cast<float>(NAN)}) {
-        clearError();
-        EXPECT_EQ(0, I_Subtract1Ex(im, im, im, offset, 0.0F, 1, 1.0F, nullptr));
-        EXPECT_EQ(12, I_GetError(nullptr, 0));
-        EXPECT_THAT(errorText(), StartsWith("I_Subtract1Ex: no offset in fractions of a pixel: "));
-        clearError();
-        EXPECT_EQ(0, I_Subtract1Ex(im, im, 0, 0.0F, offset, 1, 1.0F, nullptr));
-        EXPECT_EQ(4, I_GetClipMode());
+    const int32_t a = noiseImage(30, 20, 1);
+    const int32_t b = noiseImage(30, 20, 2);
+    const int32_t dest = byteImage(30, 20);
+    const int32_t expected = byteImage(30, 20);
+    const std::vector<uint8_t> before = bytesOf(b);
+    for (const float sharpness : {0.0F, 1.0F}) {
+        const int32_t moved = I_CloneImage(b, 0, 1);
+        I_ShiftSharpen(b, moved, 0.3F, -1.6F, sharpness);
+        EXPECT_EQ(1, I_SubtractEx(a, moved, expected, 0, 0, 2));
+        I_ImClose(moved);
+        EXPECT_EQ(1, I_Subtract1Ex(a, b, dest, 0.3F, -1.6F, 2, sharpness, nullptr));
+        EXPECT_EQ(bytesOf(expected), bytesOf(dest));
     }
-    EXPECT_EQ(1, I_ImCount());
-    EXPECT_THAT(rowOf(im, 0), ElementsAre(9, 8));
+    EXPECT_EQ(before, bytesOf(b));
+    EXPECT_EQ(4, I_ImCount());
+    EXPECT_EQ(1, I_GetClipMode());
+    // No offset at all: nothing is moved.
+    EXPECT_EQ(1, I_Subtract1Ex(b, b, dest, static_cast<float>(NAN), 0.0F, 2, 1.0F, nullptr));
+    EXPECT_EQ(std::vector<uint8_t>(600), bytesOf(dest));
 }
 
 TEST_P(LiteralSubtractPeaks, PendingErrorsAreShownAtTheStagesOf1Ex)
@@ -322,10 +329,10 @@ TEST_P(FailuresSubtractPeaks, NoMemoryForTheWorkingDestination)
     const int32_t im = noiseImage(9, 9, 1);
     const Messages messages;
     const int32_t open = I_ImCount();
-    for (int64_t n = 1; n < 8; ++n)
+    for (int64_t n = 1; n < 14; ++n)
         for (const bool persistent : {false, true}) {
             vexa::failAllocation(n, persistent);
-            I_Subtract1Ex(im, im, 0, 0.0F, 0.0F, 1, 1.0F, nullptr);
+            I_Subtract1Ex(im, im, 0, n % 2 ? 0.0F : 0.5F, 0.0F, 1, 1.0F, nullptr);
             vexa::failAllocation(0, false);
             EXPECT_EQ(open, I_ImCount());
         }

@@ -1,6 +1,7 @@
 #include <algorithm>
 
 #include "tests/whole/sweep.h"
+#include "vexalib/smoothing.h"
 
 namespace vexa::test
 {
@@ -48,6 +49,24 @@ void setting(Stage& s)
     I_SetBorderMode(s.pick({-1, -2, 0, 77, kLowest, kHighest}), OUT(s), TYPE(s));
 }
 
+float window(Stage& s)
+{
+    const double sizes[] = {1.0, 1.5, 2.0, 3.0, 4.25, 7.0, 300.0, REAL(s)};
+    return static_cast<float>(s.pick(sizes));
+}
+
+float offset(Stage& s)
+{
+    const double offsets[] = {0.3, -0.6, 2.0, -7.5, 0.001, REAL(s)};
+    return static_cast<float>(s.pick(offsets));
+}
+
+template <typename Element>
+SweptFunction sweptArray(const char* name, int32_t (*smooth)(Element*, int32_t, int32_t))
+{
+    return {name, [=](Stage& s) { smooth(static_cast<Element*>(OUT(s)), COUNT(s), MODE(s)); }};
+}
+
 } // namespace
 
 std::vector<SweptFunction> sweptSmoothing()
@@ -86,6 +105,24 @@ std::vector<SweptFunction> sweptSmoothing()
              float* p[9];
              f_set3x3pointers(rows, s.pick({-1, 0, 1, 9}), s.pick({kLowest, 0, 1, 2, 3}), p, p + 1, p + 2,
                               p + 3, nullptr, p + 5, p + 6, p + 7, p + 8);
+         }},
+        {"I_Smooth", [](Stage& s) { setting(s), I_Smooth(IM(s), IM(s)); }},
+        {"I_MxNSmooth", [](Stage& s) { setting(s), I_MxNSmooth(IM(s), IM(s), window(s), window(s)); }},
+        {"I_Sharpen", [](Stage& s) { setting(s), I_Sharpen(IM(s), IM(s), MODE(s), kernelSize(s), MODE(s)); }},
+        {"I_UnsharpMask",
+         [](Stage& s) { setting(s), I_UnsharpMask(IM(s), IM(s), window(s), window(s), REAL(s)); }},
+        sweptArray("I_SmoothArrayFloat", I_SmoothArrayFloat),
+        sweptArray("I_SmoothArrayLong", I_SmoothArrayLong),
+        sweptArray("I_SmoothArrayShort", I_SmoothArrayShort),
+        sweptArray("I_SmoothArrayByte", I_SmoothArrayByte),
+        {"I_ShiftSharpen",
+         [](Stage& s) { setting(s), I_ShiftSharpen(IM(s), IM(s), offset(s), offset(s), REAL(s)); }},
+        {"I_ShiftSharpenArray",
+         [](Stage& s) {
+             // Sizes that the blocks hold in any type.
+             const int32_t width = s.pick({kLowest, -1, 0, 1, 2, 3, 40});
+             const int32_t height = s.pick({kLowest, -1, 0, 1, 2, 3, 40});
+             I_ShiftSharpenArray(OUT(s), OUT(s), width, height, offset(s), offset(s), REAL(s), TYPE(s));
          }},
     };
 }
