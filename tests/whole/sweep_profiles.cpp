@@ -1,11 +1,71 @@
 #include "tests/whole/sweep.h"
+#include "vexalib/edge_location.h"
+#include "vexalib/edge_shape.h"
+#include "vexalib/trace.h"
 
 namespace vexa::test
 {
+namespace
+{
+
+using namespace gen;
+
+int32_t length(Stage& s)
+{
+    return s.pick({kLowest, -1, 0, 1, 2, 5, 100, 600});
+}
+
+void anyRegion(Stage& s)
+{
+    const VexaPoint triangle[] = {{2, 2}, {30, 5}, {9, 25}};
+    switch (s.random() % 3) {
+    case 0:
+        I_SetPolygonROI(triangle, 3);
+        break;
+    case 1:
+        I_SetWindowROI(XY(s), XY(s), XY(s), XY(s));
+        break;
+    default:
+        I_SetROIType(0);
+    }
+}
+
+} // namespace
 
 std::vector<SweptFunction> sweptProfiles()
 {
-    return {};
+    return {
+        swept("I_FindEdgeType", I_FindEdgeType, OUT, length, XY, XY, REAL, TYPE),
+        swept("I_FindEdge", I_FindEdge, XY, XY, XY, XY, MODE, MODE, SIZE, OUT, OUT, XY, IM),
+        swept("I_GetFWHM", I_GetFWHM, OUT, length, REAL),
+        swept("I_GetEdges", I_GetEdges, OUT, length, XY, REAL, REAL, OUT, OUT, OUT),
+        swept("I_GetEdges5", I_GetEdges5, OUT, length, XY, REAL, OUT),
+        swept("I_AdjustStartEdge", I_AdjustStartEdge, OUT, OUT, length, XY, REAL, SIZE),
+        {"I_TraceEdge",
+         [](Stage& s) {
+             anyRegion(s);
+             VexaPoint start = {XY(s), XY(s)};
+             VexaPoint* points = nullptr;
+             int32_t count = 0;
+             vexaFree(I_TraceEdge(IM(s), static_cast<float>(REAL(s)), s.random() % 4 ? &start : nullptr,
+                                  s.random() % 2 ? &points : nullptr, s.random() % 2 ? &count : nullptr,
+                                  MODE(s)));
+             vexaFree(points);
+         }},
+        {"I_GetPerimeterPts",
+         [](Stage& s) {
+             anyRegion(s);
+             I_GetPerimeterPts(static_cast<VexaPoint*>(OUT(s)), COUNT(s), MODE(s), MODE(s), IM(s));
+         }},
+        {"I_GetBlobOutline",
+         [](Stage& s) {
+             const int32_t labels = s.openImage();
+             I_FindBlobs1(s.pick({0.0, 100.0}), 256.0, s.openImage(), labels);
+             anyRegion(s);
+             I_GetBlobOutline(static_cast<VexaPoint*>(OUT(s)), COUNT(s), s.random() % 2 ? labels : IM(s),
+                              MODE(s));
+         }},
+    };
 }
 
 } // namespace vexa::test
