@@ -1,0 +1,137 @@
+// Matrices of pixels turned, transposed and reversed. Compiled once per instruction set, hence no include guard. Pitches
+// are in bytes and may be negative: a matrix then stands on its last row.
+
+namespace vexa::VEXA_TARGET
+{
+namespace
+{
+
+template <std::size_t Bytes>
+inline void transposePixels(const MatrixView& source, const WritableMatrix& dest, int32_t cols, int32_t rows)
+{
+    for (int32_t r = 0; r < rows; ++r) {
+        uint8_t* out = dest.pixels + r * dest.pitch;
+        const uint8_t* in = source.pixels + r * static_cast<int64_t>(Bytes);
+        for (int32_t c = 0; c < cols; ++c, out += Bytes, in += source.pitch)
+            std::memcpy(out, in, Bytes);
+    }
+}
+
+// dest(c, r) = source(r, c) for cols by rows pixels of dest, in blocks that stay in the first-level cache.
+template <std::size_t Bytes>
+void transpose(const MatrixView& source, const WritableMatrix& dest, int32_t cols, int32_t rows)
+{
+    constexpr int32_t kBlock = 32;
+    constexpr auto kBytes = static_cast<int64_t>(Bytes);
+    for (int32_t r = 0; r < rows; r += kBlock)
+        for (int32_t c = 0; c < cols; c += kBlock)
+            transposePixels<Bytes>({source.pixels + r * kBytes + c * source.pitch, source.pitch},
+                                   {dest.pixels + r * dest.pitch + c * kBytes, dest.pitch},
+                                   std::min(kBlock, cols - c), std::min(kBlock, rows - r));
+}
+
+#if VEXA_HAS_X86_SETS
+
+// 16 by 16 bytes.
+inline void transposeSixteen(const MatrixView& source, uint8_t* dest, int64_t pitch)
+{
+    __m128i a[16];
+    __m128i b[16];
+    for (int32_t i = 0; i < 16; ++i)
+        a[i] = _mm_loadu_si128(reinterpret_cast<const __m128i*>(source.pixels + i * source.pitch));
+    // Four times: what stood 8 apart comes to lie side by side.
+    for (int32_t i = 0; i < 8; ++i) {
+        b[2 * i] = _mm_unpacklo_epi8(a[i], a[i + 8]);
+        b[2 * i + 1] = _mm_unpackhi_epi8(a[i], a[i + 8]);
+    }
+    for (int32_t i = 0; i < 8; ++i) {
+        a[2 * i] = _mm_unpacklo_epi8(b[i], b[i + 8]);
+        a[2 * i + 1] = _mm_unpackhi_epi8(b[i], b[i + 8]);
+    }
+    for (int32_t i = 0; i < 8; ++i) {
+        b[2 * i] = _mm_unpacklo_epi8(a[i], a[i + 8]);
+        b[2 * i + 1] = _mm_unpackhi_epi8(a[i], a[i + 8]);
+    }
+    for (int32_t i = 0; i < 8; ++i) {
+        a[2 * i] = _mm_unpacklo_epi8(b[i], b[i + 8]);
+        a[2 * i + 1] = _mm_unpackhi_epi8(b[i], b[i + 8]);
+    }
+    for (int32_t i = 0; i < 16; ++i)
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(dest + i * pitch), a[i]);
+}
+
+// Blocks of 64 by 64 bytes go by way of the first-level cache, so that the destination is written in whole lines.
+inline void transposeBytes(const MatrixView& source, const WritableMatrix& dest, int32_t cols, int32_t rows)
+{
+    constexpr int32_t kBlock = 64;
+    constexpr int32_t kPart = 16;
+    alignas(64) uint8_t block[kBlock * kBlock];
+    const int32_t blockCols = cols / kPart * kPart;
+    const int32_t blockRows = rows / kPart * kPart;
+    for (int32_t c = 0; c < blockCols; c += kBlock) {
+        const int32_t width = std::min(kBlock, blockCols - c);
+        for (int32_t r = 0; r < blockRows; r += kBlock) {
+            const int32_t height = std::min(kBlock, blockRows - r);
+            for (int32_t i = 0; i < height; i += kPart)
+                for (int32_t j = 0; j < width; j += kPart)
+                    transposeSixteen({source.pixels + (c + j) * source.pitch + r + i, source.pitch},
+                                     block + i * kBlock + j, kBlock);
+            for (int32_t i = 0; i < height; ++i)
+                std::memcpy(dest.pixels + (r + i) * dest.pitch + c, block + i * kBlock,
+                            static_cast<std::size_t>(width));
+        }
+    }
+    transposePixels<1>({source.pixels + blockCols * source.pitch, source.pitch},
+                       {dest.pixels + blockCols, dest.pitch}, cols - blockCols, rows);
+    transposePixels<1>({source.pixels + blockRows, source.pitch},
+                       {dest.pixels + blockRows * dest.pitch, dest.pitch}, blockCols, rows - blockRows);
+}
+
+#else
+
+inline void transposeBytes(const MatrixView& source, const WritableMatrix& dest, int32_t cols, int32_t rows)
+{
+    transpose<1>(source, dest, cols, rows);
+}
+
+#endif
+
+template <std::size_t Bytes>
+void reversePixels(const uint8_t* source, uint8_t* dest, int32_t n)
+{
+    const uint8_t* in = source + int64_t{n} * static_cast<int64_t>(Bytes);
+    for (int32_t i = 0; i < n; ++i, dest += Bytes) {
+        in -= Bytes;
+        std::memcpy(dest, in, Bytes);
+    }
+}
+
+inline void reverseBytes(const uint8_t* source, uint8_t* dest, int32_t n)
+{
+    int32_t i = 0;
+#if VEXA_LEVEL >= 3
+    const __m512i bytes =
+        _mm512_broadcast_i32x4(_mm_setr_epi8(15, 14, 13, 12, 11, 10, 9, 8, 7, 6, 5, 4, 3, 2, 1, 0));
+    for (; i + 64 <= n; i += 64) {
+        const __m512i pixels = _mm512_shuffle_epi8(_mm512_loadu_si512(source + n - i - 64), bytes);
+        _mm512_storeu_si512(dest + i, _mm512_shuffle_i32x4(pixels, pixels, 0x1B));
+    }
+#elif VEXA_LEVEL >= 2
+    const __m256i bytes =
+        _mm256_broadcastsi128_si256(_mm_setr_epi8(15, 14, 13, 12, 11, 10, 9, 8, 7, 6, 5, 4, 3, 2, 1, 0));
+    for (; i + 32 <= n; i += 32) {
+        const auto* in = reinterpret_cast<const __m256i*>(source + n - i - 32);
+        const __m256i pixels = _mm256_shuffle_epi8(_mm256_loadu_si256(in), bytes);
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(dest + i), _mm256_permute4x64_epi64(pixels, 0x4E));
+    }
+#endif
+    reversePixels<1>(source, dest + i, n - i);
+}
+
+inline constexpr QuarterRows kQuarterRows = {
+    {transposeBytes, transpose<2>, transpose<3>, transpose<4>, transpose<8>, transpose<16>},
+    {reverseBytes, reversePixels<2>, reversePixels<3>, reversePixels<4>, reversePixels<8>,
+     reversePixels<16>}};
+
+} // namespace
+} // namespace vexa::VEXA_TARGET

@@ -1,0 +1,98 @@
+#include "vexalib/rotate.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "support/buffer.h"
+#include "support/numbers.h"
+#include "vexalib/block.h"
+#include "vexalib/image.h"
+#include "vexalib/roi.h"
+#include "vexalib/status.h"
+
+namespace vexa
+{
+namespace
+{
+
+// One call: what is mirrored, and the runs of the region from both ends.
+struct Mirror {
+    int32_t imSrc;
+    int32_t imDest;
+    int32_t type;
+    int64_t pixelBytes;
+    VexaBox box;
+    const VexaPoint* runs;
+    int32_t first; // the runs not yet stored, from first to last
+    int32_t last;
+
+    int32_t width() const { return box.right - box.left + 1; }
+    const VexaPoint* run(int32_t i) const { return runs + 2 * int64_t{i}; }
+    int64_t mirrored(int64_t y) const { return int64_t{box.top} + box.bottom - y; }
+};
+
+void readRow(const Mirror& mirror, int64_t y, uint8_t* row)
+{
+    I_GetBlockType(mirror.box.left, saturateToInt32(y), mirror.width(), 1, row, mirror.imSrc, mirror.type);
+}
+
+// Stores the pixels of a row into a run on row y.
+void storeRun(const Mirror& mirror, const VexaPoint* run, int32_t y, const uint8_t* row)
+{
+    const int32_t left = std::max(run[0].x, mirror.box.left);
+    const int32_t right = std::min(run[1].x, mirror.box.right);
+    if (left > right)
+        return;
+    const int64_t offset = (int64_t{left} - mirror.box.left) * mirror.pixelBytes;
+    I_PutBlockType(left, y, right - left + 1, 1, row + offset, mirror.imDest, mirror.type);
+}
+
+// The runs on one row are taken from the front of the list, and those on its mirrored row from the end. Both rows have
+// been read before either is written, so that source and destination may be one image.
+void mirrorRows(Mirror& mirror, uint8_t* upper, uint8_t* lower)
+{
+    while (mirror.first <= mirror.last) {
+        const int32_t top = mirror.run(mirror.first)->y;
+        const int32_t bottom = mirror.run(mirror.last)->y;
+        // A row whose mirrored row has no runs stands alone: below, if that would lie above the first one.
+        const int64_t balance = mirror.mirrored(bottom) - top;
+        const int64_t y = balance < 0 ? mirror.mirrored(bottom) : top;
+        const int64_t mirrored = mirror.mirrored(y);
+        readRow(mirror, y, upper);
+        readRow(mirror, mirrored, lower);
+        while (balance >= 0 && mirror.first <= mirror.last && mirror.run(mirror.first)->y == top)
+            storeRun(mirror, mirror.run(mirror.first++), top, lower);
+        while (balance <= 0 && mirror.first <= mirror.last && mirror.run(mirror.last)->y == bottom)
+            storeRun(mirror, mirror.run(mirror.last--), bottom, upper);
+    }
+}
+
+} // namespace
+} // namespace vexa
+
+using namespace vexa;
+
+int32_t I_VertMirror(int32_t imSrc, int32_t imDest)
+{
+    Mirror mirror = {};
+    mirror.imSrc = imSrc;
+    mirror.imDest = imDest;
+    mirror.type = std::min(I_ImGetType(imSrc), I_ImGetType(imDest));
+    mirror.pixelBytes = I_ImTypeBytes(mirror.type);
+    VexaBox& box = mirror.box;
+    if (mirror.type == 0 || !I_ROIBoundingBox(&box.left, &box.top, &box.right, &box.bottom, imDest) ||
+        box.right < box.left)
+        return 0;
+    const int64_t bytes = mirror.width() * mirror.pixelBytes;
+    Buffer<uint8_t> upper(bytes);
+    Buffer<uint8_t> lower(bytes);
+    if (malloctest(upper ? lower.data() : nullptr, "I_VertMirror"))
+        return 0;
+    int32_t points = 0;
+    mirror.runs = I_ROIScanlist(&points, imDest);
+    if (!mirror.runs)
+        return 0;
+    mirror.last = points / 2 - 1;
+    mirrorRows(mirror, upper.data(), lower.data());
+    return 1;
+}
