@@ -1,10 +1,16 @@
 // Settings files of sections and keys: "[section]" lines, each followed by its "key=text" lines; case does
 // not count.
+#include <fcntl.h>
 #include <strings.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <new>
 #include <string>
 #include <string_view>
@@ -45,18 +51,77 @@ bool load(const char* name, std::string& text)
     return complete;
 }
 
-// A settings file is never left half written: the new text takes the old one's place when it is complete.
-bool save(const char* name, const std::string& text)
+// Keeps other writers out as long as it lives. The folder is what is locked, since the file itself is replaced. Where a
+// file system knows no locks, the write goes ahead without.
+class WritersLock
 {
-    const std::string fresh = std::string(name) + ".new";
-    std::FILE* file = std::fopen(fresh.c_str(), "wb");
-    if (!file)
+public:
+    explicit WritersLock(const std::string& file)
+    {
+        const std::size_t slash = file.rfind('/');
+        const std::string folder = slash == std::string::npos ? "." : file.substr(0, slash + 1);
+        folder_ = open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+        while (folder_ >= 0 && flock(folder_, LOCK_EX) != 0 && errno == EINTR) {
+        }
+    }
+    ~WritersLock()
+    {
+        if (folder_ >= 0)
+            close(folder_);
+    }
+    WritersLock(const WritersLock&) = delete;
+    WritersLock& operator=(const WritersLock&) = delete;
+
+private:
+    int folder_;
+};
+
+// The file behind symbolic links, so that these stay; the name as it is for a file that is not there.
+std::string resolved(const char* name)
+{
+    const std::unique_ptr<char, decltype(&std::free)> path(realpath(name, nullptr), std::free);
+    return path ? path.get() : name;
+}
+
+bool writeAll(int file, std::string_view text)
+{
+    while (!text.empty()) {
+        const ssize_t written = write(file, text.data(), text.size());
+        if (written < 0 && errno == EINTR)
+            continue;
+        if (written <= 0)
+            return false;
+        text.remove_prefix(static_cast<std::size_t>(written));
+    }
+    return true;
+}
+
+// A settings file is never left half written: the new text takes the old one's place when all of it is on the disk.
+bool save(const std::string& name, const std::string& text)
+{
+    const std::string fresh = name + ".new";
+    std::remove(fresh.c_str()); // what a crash left
+    struct stat before = {};
+    const mode_t mode = stat(name.c_str(), &before) == 0 ? before.st_mode & 07777 : 0666;
+    const int file = open(fresh.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode);
+    if (file < 0)
         return false;
-    const bool complete = std::fwrite(text.data(), 1, text.size(), file) == text.size();
-    if (std::fclose(file) == 0 && complete && std::rename(fresh.c_str(), name) == 0)
+    const bool complete = writeAll(file, text) && fsync(file) == 0;
+    if (close(file) == 0 && complete && std::rename(fresh.c_str(), name.c_str()) == 0)
         return true;
     std::remove(fresh.c_str());
     return false;
+}
+
+// Names that a file of lines cannot hold.
+bool isName(std::string_view name, const char* forbidden)
+{
+    return !name.empty() && name.find_first_of(forbidden) == std::string_view::npos;
+}
+
+bool canBeWritten(std::string_view section, std::string_view key)
+{
+    return isName(section, "]\r\n") && isName(key, "=\r\n") && key.front() != ';' && key.front() != '[';
 }
 
 // Where a key's line stands in the text, or where a new one goes: behind the section's last line.
@@ -139,11 +204,13 @@ std::size_t readProfile(const char* file, const char* section, const char* key, 
 
 int32_t writeProfile(const char* file, const char* section, const char* key, const char* text)
 {
-    if (!file || !section || !key)
+    if (!file || !section || !key || !canBeWritten(trimmed(section), trimmed(key)))
         return 0;
     try {
+        const std::string name = resolved(file);
+        const WritersLock lock(name);
         std::string all;
-        if (!load(file, all))
+        if (!load(name.c_str(), all))
             return 0;
         const char* mark = all.find("\r\n") != std::string::npos ? "\r\n" : "\n";
         const Place place = find(all, trimmed(section), trimmed(key));
@@ -157,7 +224,7 @@ int32_t writeProfile(const char* file, const char* section, const char* key, con
         if (place.lineStart > 0 && all[place.lineStart - 1] != '\n')
             line.insert(0, mark);
         all.replace(place.lineStart, place.lineEnd - place.lineStart, line);
-        return save(file, all) ? 1 : 0;
+        return save(name, all) ? 1 : 0;
     } catch (const std::bad_alloc&) {
         return 0;
     }

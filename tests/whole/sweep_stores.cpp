@@ -1,7 +1,10 @@
+#include <cstdio>
+
 #include "tests/whole/sweep.h"
 #include "vexalib/calibration.h"
 #include "vexalib/kinds.h"
 #include "vexalib/listing.h"
+#include "vexalib/parameters.h"
 
 namespace vexa::test
 {
@@ -48,6 +51,28 @@ void useKind(Stage& s)
     I_ImClose(im);
 }
 
+// A place for settings: none, one that cannot be, a real one.
+void place(Stage& s)
+{
+    SetParamFile(
+        s.pick({static_cast<const char*>(nullptr), "", "/nowhere/settings.ini", "sweep_settings.ini"}));
+    SetParamAppName(s.pick({static_cast<const char*>(nullptr), "", "]", "Section", "Section"}));
+    SetWriteDefaultParam(s.random() % 2);
+}
+
+template <typename Function, typename... Generator>
+SweptFunction placed(const char* name, Function function, Generator... generator)
+{
+    const SweptFunction plain = swept(name, function, generator...);
+    return {name, [plain](Stage& s) {
+                place(s);
+                plain.call(s);
+                SetParamFile(nullptr);
+                SetParamAppName(nullptr);
+                std::remove("sweep_settings.ini");
+            }};
+}
+
 // Pages a text may be read into.
 int32_t room(Stage& s)
 {
@@ -91,6 +116,25 @@ std::vector<SweptFunction> sweptStores()
              I_SetClipboardArray(OUT(s), s.pick({-1, 0, 1, 2, 4, 8, 16}), s.pick({-1, 0, 1, 16, kLowest}),
                                  s.pick({-1, 0, 1, 16, kLowest}), TEXT0(s));
          }},
+
+        // Settings.
+        swept("SetParamFile", SetParamFile, TEXT0),
+        swept("GetParamFile", GetParamFile),
+        swept("SetParamAppName", SetParamAppName, TEXT0),
+        swept("GetParamAppName", GetParamAppName),
+        swept("SetWriteDefaultParam", SetWriteDefaultParam, MODE),
+        placed("ReadLongParam", ReadLongParam, MODE, TEXT0),
+        placed("ReadIntParam", ReadIntParam, MODE, TEXT0),
+        placed("ReadDblParam", ReadDblParam, REAL, TEXT0),
+        placed("ReadStrParam", ReadStrParam, OUT, room, TEXT0),
+        placed("WriteLongParam", WriteLongParam, MODE, TEXT0),
+        placed("WriteIntParam", WriteIntParam, MODE, TEXT0),
+        placed("WriteDblParam", WriteDblParam, REAL, TEXT0),
+        placed("WriteStrParam", WriteStrParam, TEXT0, TEXT0),
+        placed("WriteIArrayParam", WriteIArrayParam, OUT, COUNT, TEXT0),
+        placed("WriteDArrayParam", WriteDArrayParam, OUT, COUNT, TEXT0),
+        placed("ReadIArrayParam", ReadIArrayParam, OUT, COUNT, TEXT0),
+        placed("ReadDArrayParam", ReadDArrayParam, OUT, COUNT, TEXT0),
 
         // Calibration.
         swept("geticaltable", geticaltable),
