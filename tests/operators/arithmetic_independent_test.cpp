@@ -1,7 +1,7 @@
 // Arithmetic against loops written from its description alone: every member over random types, regions, windows,
 // colour settings, clip modes and offsets.
 #include "support/instruction_set.h"
-#include "tests/operators/plain_frames.h"
+#include "tests/support/plain_frames.h"
 #include "tests/support/test_failures.h"
 
 using namespace vexa::test;

@@ -1,5 +1,5 @@
 // The row frames: which rows a row function sees, in which order, with which position, and what is left behind.
-#include "tests/operators/plain_frames.h"
+#include "tests/support/plain_frames.h"
 #include "tests/support/test_failures.h"
 
 using namespace vexa::test;

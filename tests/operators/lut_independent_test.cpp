@@ -1,5 +1,5 @@
 // Table builders, table maps and the display palette against loops written from their description.
-#include "tests/operators/plain_frames.h"
+#include "tests/support/plain_frames.h"
 #include "tests/support/test_failures.h"
 
 using namespace vexa::test;

@@ -1,5 +1,5 @@
 // Thresholds and normalisation as chains of public calls told by their description; borders as plain loops.
-#include "tests/operators/plain_frames.h"
+#include "tests/support/plain_frames.h"
 #include "tests/support/test_failures.h"
 
 using namespace vexa::test;
