@@ -1,6 +1,7 @@
 #include "tests/whole/sweep.h"
 #include "vexalib/edge_location.h"
 #include "vexalib/edge_shape.h"
+#include "vexalib/profile.h"
 #include "vexalib/trace.h"
 
 namespace vexa::test
@@ -35,6 +36,25 @@ void anyRegion(Stage& s)
 std::vector<SweptFunction> sweptProfiles()
 {
     return {
+        {"I_GetLineFCoords",
+         [](Stage& s) {
+             const VexaPointF a = {static_cast<float>(REAL(s)), 3.5F},
+                              b = {20.5F, static_cast<float>(REAL(s))};
+             I_GetLineFCoords(s.openImage(), s.random() % 4 ? &a : nullptr, &b,
+                              static_cast<VexaPointF*>(OUT(s)));
+         }},
+        {"I_GetLineProfile",
+         [](Stage& s) {
+             const VexaPoint a = {XY(s), XY(s)}, b = {XY(s), XY(s)};
+             I_GetLineProfile(IM(s), s.random() % 4 ? &a : nullptr, &b, static_cast<uint8_t*>(OUT(s)));
+         }},
+        {"I_PutLineProfile",
+         [](Stage& s) {
+             const VexaPoint a = {XY(s), XY(s)}, b = {XY(s), XY(s)};
+             I_PutLineProfile(IM(s), &a, s.random() % 4 ? &b : nullptr, static_cast<uint8_t*>(OUT(s)));
+         }},
+        swept("I_GetWindowProfiles", I_GetWindowProfiles, XY, XY, length, length, IM, OUT, OUT),
+        swept("xI_GetWindowProfiles", xI_GetWindowProfiles, XY, XY, length, length, IM, OUT, OUT),
         swept("I_FindEdgeType", I_FindEdgeType, OUT, length, XY, XY, REAL, TYPE),
         swept("I_FindEdge", I_FindEdge, XY, XY, XY, XY, MODE, MODE, SIZE, OUT, OUT, XY, IM),
         swept("I_GetFWHM", I_GetFWHM, OUT, length, REAL),
