@@ -7,6 +7,7 @@
 
 #include "commands.h"
 #include "failure.h"
+#include "settings.h"
 #include "vexalib/vexalib.h"
 
 namespace
@@ -125,6 +126,18 @@ CLI::App* addDiff(CLI::App& program, app::DiffCommand& command)
     return diff;
 }
 
+CLI::App* addSettings(CLI::App& program, app::SettingsCommand& command)
+{
+    CLI::App* settings =
+        program.add_subcommand("settings", "prints or writes what a settings file holds in a section");
+    settings->add_option("FILE", command.file, "text file of [section] and key=text lines")->required();
+    settings->add_option("SECTION", command.section, "name of the section; case does not count")->required();
+    settings
+        ->add_option("SETTING", command.setting, "KEY prints its text, KEY=TEXT writes it; none prints all")
+        ->type_name("KEY[=TEXT]");
+    return settings;
+}
+
 // What the library would show in a box goes nowhere: the program says the sentence itself.
 void swallow(const char*, int32_t) {}
 int32_t swallowBox(const char*, const char*, int32_t, int32_t defaultAnswer)
@@ -152,12 +165,14 @@ int run(int argc, char** argv)
     app::InspectCommand inspectCommand;
     app::SynthCommand synthCommand;
     app::DiffCommand diffCommand;
+    app::SettingsCommand settingsCommand;
     std::vector<std::string> names;
     const CLI::App* inspect = addInspect(program, inspectCommand, quiet, verbose);
     const CLI::App* synth = addSynth(program, synthCommand);
     CLI::App* info = program.add_subcommand("info", "tells what pictures hold");
     info->add_option("PICTURE", names, kPictures)->required();
     const CLI::App* diff = addDiff(program, diffCommand);
+    const CLI::App* settings = addSettings(program, settingsCommand);
 
     try {
         program.parse(argc, argv);
@@ -174,6 +189,8 @@ int run(int argc, char** argv)
         return app::runInspect(inspectCommand);
     if (*synth)
         return app::runSynth(synthCommand);
+    if (*settings)
+        return app::runSettings(settingsCommand);
     return *diff ? app::runDiff(diffCommand) : app::runInfo(names);
 }
 
