@@ -18,3 +18,7 @@ if(VEXA_SANITIZE)
         -fno-omit-frame-pointer)
     target_link_options(vexa_flags INTERFACE -fsanitize=${VEXA_SANITIZE})
 endif()
+if(VEXA_BUILD_FUZZ)
+    # The library tells the fuzzer which of its branches an input reached.
+    target_compile_options(vexa_flags INTERFACE -fsanitize=fuzzer-no-link)
+endif()

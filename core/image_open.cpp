@@ -156,8 +156,9 @@ bool makeGreyPalette(ImageRecord& record)
 }
 
 // The last steps of an open, common to all kinds. False leaves the record to be freed.
-bool completeRecord(ImageRecord& record, int32_t kind, int32_t type)
+bool completeRecord(ImageRecord& record, int32_t kind, const OpenRequest& request)
 {
+    const int32_t type = request.type;
     record.kind = kind;
     record.type = type;
     if (record.getPtr) {
@@ -166,7 +167,8 @@ bool completeRecord(ImageRecord& record, int32_t kind, int32_t type)
     }
     if (!needsPalette(type) || makeGreyPalette(record))
         return true;
-    if (record.closeHook)
+    // A stream of the application's stays open where no image comes about.
+    if (record.closeHook && !request.file)
         record.closeHook(&record);
     return false;
 }
@@ -200,7 +202,7 @@ int32_t openInSlot(int32_t slot, const OpenRequest& request, int64_t stride)
     record->stride = saturateToInt32(stride);
     record->type = request.type;
     const int32_t kind = chooseKind(request, stride * request.rows);
-    if (!openByKind(*record, kind, slot, request, stride) || !completeRecord(*record, kind, request.type)) {
+    if (!openByKind(*record, kind, slot, request, stride) || !completeRecord(*record, kind, request)) {
         imageSlots()[static_cast<std::size_t>(slot)] = nullptr;
         freeImageRecord(record);
         return 0;

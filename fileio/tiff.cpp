@@ -117,6 +117,8 @@ int32_t I_WriteTiffFile(const char* name, int32_t x, int32_t y, int32_t cols, in
             palette = tables.palette();
     }
     I_SetTiffColorModes(bands == 3, bands == 3, 0);
+    x = std::max(x, 0);
+    y = std::max(y, 0);
     const int32_t width = sizeToEdge(cols, x, imageCols);
     const int32_t height = sizeToEdge(rows, y, imageRows);
     if (width < 1 || height < 1)

@@ -19,17 +19,18 @@ namespace
 {
 
 constexpr int64_t kOneFixed = 0x10000; // 1 in 16.16
+constexpr int64_t kMostRowBytes = std::numeric_limits<int32_t>::max();
 
 int32_t diskFull()
 {
     return I_SetError(19, "disk full.");
 }
 
-// A buffer for some of the rows; null with the error of I_MakeRowBuffer.
+// A buffer for some of the rows; null with the error of I_MakeRowBuffer, also for a size below 1 or beyond 32 bits.
 void* makeBuffer(int64_t rowBytes, int64_t rows)
 {
-    const int64_t most = std::numeric_limits<int32_t>::max();
-    return I_MakeRowBuffer(rowBytes > most ? 0 : saturateToInt32(rowBytes), saturateToInt32(rows), nullptr);
+    return I_MakeRowBuffer(rowBytes > kMostRowBytes ? 0 : saturateToInt32(rowBytes), saturateToInt32(rows),
+                           nullptr);
 }
 
 // Rows of an image that lie in memory just as they lie in the file; null if they do not.
@@ -95,10 +96,14 @@ struct RowReader {
 int32_t readRows(std::FILE* file, TiffRowSink& sink, int32_t cols, int32_t rows)
 {
     const int64_t rowBytes = int64_t{cols} * TiffRowSink::samples();
+    if (rowBytes < 1 || rows < 1 || rowBytes > kMostRowBytes) {
+        const CallerBuffer refused(makeBuffer(rowBytes, rows));
+        return 0;
+    }
     const int64_t rowsOfRead = rowsInRowBuffer(rowBytes, rows);
     const int64_t available = bytesLeft(file);
     // No memory for rows that the file has not got.
-    if (cols > 0 && rows > 0 && available < rowBytes) {
+    if (available < rowBytes) {
         std::fseek(file, 0, SEEK_END);
         return shortRead(available, rowBytes * rowsOfRead);
     }
@@ -128,6 +133,7 @@ struct ScaledRow {
     int64_t start; // of the first pixel of the file
     int64_t fileRowBytes;
     int64_t left; // of the rectangle, in bytes
+    int64_t available;
     Buffer<uint8_t>& row;
     int64_t held = -1;
 
@@ -136,7 +142,7 @@ struct ScaledRow {
         if (sourceRow <= held)
             return true;
         held = sourceRow;
-        if (!seekTo(file, start + sourceRow * fileRowBytes + left))
+        if (sourceRow > available / fileRowBytes || !seekTo(file, start + sourceRow * fileRowBytes + left))
             return shortRead(0, row.size());
         const auto wanted = static_cast<std::size_t>(row.size());
         const std::size_t got = std::fread(row.data(), 1, wanted, file);
@@ -223,7 +229,7 @@ int32_t I_ReadTiffWindowScaled(FILE* file, int32_t fileCols, int32_t fileRows, i
     if (!sink || malloctest(row.data(), "I_ReadTiffWindowscaled") ||
         malloctest(target.data(), "I_ReadTiffWindowscaled"))
         return 0;
-    ScaledRow source = {file, std::ftell(file), int64_t{fileCols} * samples, left * samples, row};
+    ScaledRow source = {file, std::ftell(file), int64_t{fileCols} * samples, left * samples, available, row};
     for (int64_t y = firstRow; y < endRow; ++y) {
         if (!source.hold(top + (y * scaling.stepY >> 16)))
             return 0;

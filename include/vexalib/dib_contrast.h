@@ -87,9 +87,10 @@ VEXA_API void *NormalizeDIBContrast(void *dib);
 
 /// Equalises the histogram of the picture's central half, by HistEqualizeLUT.
 ///
-///     DIB             changes
-///     8 bits, 1 bit   its palette, to the same table in all three colours
-///     24, 32 bits     all its pixels, by I_LUTMapROI
+///     bands of its view (I_ImGetNBands)    changes
+///     1                                    its palette, to the same table in all three colours
+///     3: 24 bits, 32 bits, 8 bits with     all its pixels, by I_LUTMapROI
+///     a palette of colours (PIX_PALETTE)
 ///
 /// @param levels the limit of HistEqualizeLUT, in per cent; 0 or below sets the identity (SetDIBPalette)
 ///

@@ -73,7 +73,8 @@ VEXA_API int32_t I_ImOpenPtr(int32_t cols, int32_t rows, int32_t stride, int32_t
 /// An image on a file, whatever the memory type: its first pixel is where the stream stands.
 ///
 /// @param stride bytes from row to row; below 1 means close together
-/// @param file   closed with the image; null makes a temporary file that goes with it
+/// @param file   closed with the image, left open where none comes about; null makes a temporary file that
+///               goes with it
 /// @return as I_ImOpen; or 0 with error 11 where no file can be had
 VEXA_API int32_t I_ImOpenFile(int32_t cols, int32_t rows, int32_t stride, int32_t type, FILE *file);
 /// A window on the pixels of an image, as an image of its own; windows on windows are allowed.

@@ -74,7 +74,7 @@ VEXA_API void I_SetTiffColorModes(int32_t writeRGB, int32_t readRGB, int32_t clo
 ///
 /// An existing file is written into and not cut: what a longer one held behind the picture stays.
 ///
-/// @param x,y       corner of the window
+/// @param x,y       corner of the window; a negative one counts as 0
 /// @param cols,rows its size; below 1 up to the image's edge, and no more than that
 /// @return 1; or 0 with
 ///         16 "(NAME)": the file does not open;

@@ -1,0 +1,35 @@
+// Raw files: the header alone, the whole picture, a window of a file.
+#include "tests/fuzz/support/fuzz.h"
+#include "vexalib/raw_file.h"
+
+using namespace vexa::fuzz;
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t count)
+{
+    static InputFile* const file = (quieten(), new InputFile);
+    file->set(bytes, count);
+    const int32_t im = I_ReadImageFile(file->name());
+    if (im != 0) {
+        int32_t cols = 0;
+        int32_t rows = 0;
+        int32_t pixBytes = 0;
+        require(I_ImGetSize(&cols, &rows, &pixBytes, im) == 1);
+        // More pixels than the file has bytes would be made up.
+        require(int64_t{cols} * rows <= static_cast<int64_t>(count));
+        I_GetPix(cols - 1, rows - 1, im);
+    }
+    Numbers numbers(bytes, count);
+    int32_t stride = 0;
+    int32_t type = 0;
+    char comment[32];
+    FILE* const open = readrawheader(file->name(), nullptr, nullptr, &stride, nullptr, &type, comment);
+    if (open) {
+        const int32_t target = I_ImOpen(30, 20, PIX_BYTE + numbers.byte() % 4);
+        // The file is closed with the picture that is made of it, and stays open where none can be.
+        if (I_ImCount() < 290)
+            freadwindow(open, type % 24, numbers.coordinate(), numbers.coordinate(), numbers.coordinate(),
+                        numbers.coordinate(), target);
+    }
+    I_ImCloseAll();
+    return 0;
+}
