@@ -58,6 +58,13 @@ int64_t chooseStride(const OpenRequest& request)
     return aligned ? alignedStride(request.cols, request.bytes) : int64_t{request.cols} * request.bytes;
 }
 
+// A size beyond 64 bits counts as one that no memory holds.
+int64_t heldProduct(int64_t stride, int64_t rows)
+{
+    constexpr int64_t most = std::numeric_limits<int64_t>::max() - kSpareBytes;
+    return stride > most / rows ? most : stride * rows;
+}
+
 int32_t chooseKind(const OpenRequest& request, int64_t totalBytes)
 {
     const int32_t memType = request.memType;
@@ -201,7 +208,7 @@ int32_t openInSlot(int32_t slot, const OpenRequest& request, int64_t stride)
     record->rows = request.rows;
     record->stride = saturateToInt32(stride);
     record->type = request.type;
-    const int32_t kind = chooseKind(request, stride * request.rows);
+    const int32_t kind = chooseKind(request, heldProduct(stride, request.rows));
     if (!openByKind(*record, kind, slot, request, stride) || !completeRecord(*record, kind, request)) {
         imageSlots()[static_cast<std::size_t>(slot)] = nullptr;
         freeImageRecord(record);

@@ -16,8 +16,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t count)
     const std::unique_ptr<uint8_t[]> dest(new uint8_t[static_cast<size_t>(capacity)]);
     const int32_t decoded = I_RunLengthDecode(bytes, length, dest.get(), capacity);
     require(decoded >= 0 && decoded <= capacity);
-    const int32_t short_ = I_RunLengthEncode(bytes, length, dest.get(), capacity);
-    require(short_ >= 0 && short_ <= capacity);
+    const int32_t encoded = I_RunLengthEncode(bytes, length, dest.get(), capacity);
+    require(encoded >= 0 && encoded <= capacity);
 
     int32_t packed = 0;
     uint8_t* const whole = I_RunLengthEncode1(bytes, length, &packed);

@@ -1,4 +1,6 @@
 // TIFF files: the header, whole files into grey and colour, windows plain and scaled.
+#include <cstdio>
+
 #include "tests/fuzz/support/fuzz.h"
 #include "vexalib/raw_file.h"
 #include "vexalib/tiff.h"
@@ -41,7 +43,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t count)
     static InputFile* const file = (quieten(), new InputFile);
     file->set(bytes, count);
     Numbers numbers(bytes, count);
-    for (const int32_t type : {PIX_BYTE, PIX_BGR24, PIX_FLOAT, PIX_PALETTE}) {
+    constexpr int32_t kTypes[] = {PIX_BYTE, PIX_BGR24, PIX_FLOAT, PIX_PALETTE};
+    for (const int32_t type : kTypes) {
         const int32_t im = I_ImOpen(40, 30, type);
         int32_t cols = 0;
         int32_t rows = 0;
