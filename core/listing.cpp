@@ -1,6 +1,8 @@
 #include "vexalib/listing.h"
 
 #include <algorithm>
+#include <cstdarg>
+#include <cstdio>
 #include <cstring>
 
 #include "core/image_kinds.h"
@@ -123,11 +125,13 @@ bool growListing()
 class ListingWriter
 {
 public:
-    template <typename... Argument>
-    void add(const char* format, Argument... argument)
+    __attribute__((format(printf, 2, 3))) void add(const char* format, ...)
     {
         const auto room = static_cast<std::size_t>(state.listingBytes - length_);
-        length_ += std::snprintf(state.listing + length_, room, format, argument...);
+        va_list arguments;
+        va_start(arguments, format);
+        length_ += std::vsnprintf(state.listing + length_, room, format, arguments);
+        va_end(arguments);
     }
 
 private:
