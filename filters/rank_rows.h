@@ -1,5 +1,6 @@
 // Row functions of the rank and shape operators. Compiled once per instruction set, hence no include guard.
 
+#include "filters/lanes_rows.h"
 #include "operators/row_loops.h"
 
 namespace vexa::VEXA_TARGET
@@ -7,47 +8,46 @@ namespace vexa::VEXA_TARGET
 namespace
 {
 
-template <typename Pixel>
-Pixel smaller(Pixel a, Pixel b)
-{
-    return b < a ? b : a;
-}
-template <typename Pixel>
-Pixel larger(Pixel a, Pixel b)
-{
-    return a < b ? b : a;
-}
-
-template <typename Pixel>
-Pixel middleOf(Pixel a, Pixel b, Pixel c)
-{
-    return larger(smaller(a, b), smaller(larger(a, b), c));
-}
-
 // Minimum and maximum of nine, blended toward the centre where a step is given.
 
 struct Smallest {
-    template <typename Pixel>
-    static Pixel of(Pixel a, Pixel b)
+    template <typename Vector>
+    static Vector of(Vector a, Vector b)
     {
-        return smaller(a, b);
+        return Vector::low(a, b);
     }
 };
 struct Largest {
-    template <typename Pixel>
-    static Pixel of(Pixel a, Pixel b)
+    template <typename Vector>
+    static Vector of(Vector a, Vector b)
     {
-        return larger(a, b);
+        return Vector::high(a, b);
     }
 };
 
 template <typename Choice, typename Pixel>
-Pixel extremeOfNine(const Lattice<Pixel>& at, int32_t i)
+Lanes<Pixel> extremeOfNine(const Lattice<Pixel>& at, int32_t i)
 {
-    const Pixel left = Choice::of(Choice::of(at.nw[i], at.w[i]), at.sw[i]);
-    const Pixel middle = Choice::of(Choice::of(at.n[i], at.center[i]), at.s[i]);
-    const Pixel right = Choice::of(Choice::of(at.ne[i], at.e[i]), at.se[i]);
+    const auto sample = [i](const Pixel* p) { return Lanes<Pixel>::load(p + i); };
+    const auto left = Choice::of(Choice::of(sample(at.nw), sample(at.w)), sample(at.sw));
+    const auto middle = Choice::of(Choice::of(sample(at.n), sample(at.center)), sample(at.s));
+    const auto right = Choice::of(Choice::of(sample(at.ne), sample(at.e)), sample(at.se));
     return Choice::of(Choice::of(left, middle), right);
+}
+
+// out[i] = vector(i) for all i. The last vector is cut: what it reads behind the row is the slack.
+template <typename Pixel, typename Function>
+[[gnu::always_inline]] inline void fillByLanes(Pixel* out, int32_t n, Function vector)
+{
+    constexpr int32_t kCount = Lanes<Pixel>::kCount;
+    int32_t i = 0;
+    for (; i + kCount <= n; i += kCount)
+        vector(i).store(out + i);
+    if (i == n)
+        return;
+    Pixel last[kCount];
+    vector(i).store(last);
+    std::copy_n(last, n - i, out + i);
 }
 
 inline uint8_t blended(uint8_t center, uint8_t extreme, float step)
@@ -66,18 +66,14 @@ void extremeRow(const FrameLine& line, void* user)
 {
     const Lattice<Pixel> at = latticeOf<Pixel>(line);
     auto* out = static_cast<Pixel*>(line.out);
+    fillByLanes(out, line.count, [&](int32_t i) { return extremeOfNine<Choice>(at, i); });
     const float step = user ? *static_cast<const float*>(user) : 1.0F;
-    const int32_t n = line.count;
     // A whole step leaves the extreme as it is, where floats of very different size would not come back exactly.
-    if (step == 1.0F) {
-        VEXA_INDEPENDENT
-        for (int32_t i = 0; i < n; ++i)
-            out[i] = extremeOfNine<Choice>(at, i);
+    if (step == 1.0F)
         return;
-    }
     VEXA_INDEPENDENT
-    for (int32_t i = 0; i < n; ++i)
-        out[i] = blended(at.center[i], extremeOfNine<Choice>(at, i), step);
+    for (int32_t i = 0; i < line.count; ++i)
+        out[i] = blended(at.center[i], out[i], step);
 }
 
 // The median of nine.
@@ -111,81 +107,92 @@ void selectedMedians(const Lattice<Pixel>& at, int32_t start, int32_t n, Pixel* 
     }
 }
 
-// Three samples of a column in rising order.
+// Three samples of each column in rising order.
 template <typename Pixel>
-struct SortedColumn {
-    Pixel low;
-    Pixel middle;
-    Pixel high;
+struct SortedColumns {
+    Lanes<Pixel> low;
+    Lanes<Pixel> middle;
+    Lanes<Pixel> high;
 };
 
 template <typename Pixel>
-SortedColumn<Pixel> sortedColumn(Pixel a, Pixel b, Pixel c)
+SortedColumns<Pixel> sortedColumns(Lanes<Pixel> a, Lanes<Pixel> b, Lanes<Pixel> c)
 {
-    const Pixel first = smaller(a, b);
-    const Pixel second = larger(a, b);
-    const Pixel upper = smaller(second, c);
-    return {smaller(first, upper), larger(first, upper), larger(second, c)};
+    sortPair(a, b);
+    sortPair(b, c);
+    sortPair(a, b);
+    return {a, b, c};
 }
 
 template <typename Pixel>
-Pixel medianOfColumns(SortedColumn<Pixel> a, SortedColumn<Pixel> b, SortedColumn<Pixel> c)
+Lanes<Pixel> middleOf(Lanes<Pixel> a, Lanes<Pixel> b, Lanes<Pixel> c)
 {
-    const Pixel low = larger(larger(a.low, b.low), c.low);
-    const Pixel middle = middleOf(a.middle, b.middle, c.middle);
-    const Pixel high = smaller(smaller(a.high, b.high), c.high);
-    return middleOf(low, middle, high);
+    sortPair(a, b);
+    return Lanes<Pixel>::high(a, Lanes<Pixel>::low(b, c));
 }
 
-// True where sorting by comparisons alone gives the numbers of selectMedian: no sample is no number or -0.
-inline bool plainlyOrdered(const uint8_t*, int32_t)
+template <typename Pixel>
+Lanes<Pixel> medianOfColumns(const SortedColumns<Pixel>& a, const SortedColumns<Pixel>& b,
+                             const SortedColumns<Pixel>& c)
 {
+    using Vector = Lanes<Pixel>;
+    const Vector low = Vector::high(Vector::high(a.low, b.low), c.low);
+    const Vector high = Vector::low(Vector::low(a.high, b.high), c.high);
+    return middleOf(low, middleOf(a.middle, b.middle, c.middle), high);
+}
+
+// A piece of a row in a neighbourhood of three columns: each column is sorted once and serves three medians. False
+// where comparisons alone do not give the numbers of selectMedian.
+template <typename Pixel, int32_t Piece>
+bool sharedMedians(const Lattice<Pixel>& at, int32_t start, int32_t n, Pixel* out)
+{
+    using Vector = Lanes<Pixel>;
+    // What the last vectors read and write behind the piece.
+    constexpr int32_t kRoom = Piece + 2 * Vector::kCount;
+    alignas(64) Pixel low[kRoom];
+    alignas(64) Pixel middle[kRoom];
+    alignas(64) Pixel high[kRoom];
+    uint32_t odd = 0;
+    for (int32_t i = 0; i < n + 2; i += Vector::kCount) {
+        const Vector top = Vector::load(at.nw + start + i);
+        const Vector center = Vector::load(at.w + start + i);
+        const Vector bottom = Vector::load(at.sw + start + i);
+        odd |= Vector::odd(top) | Vector::odd(center) | Vector::odd(bottom);
+        const SortedColumns<Pixel> columns = sortedColumns(top, center, bottom);
+        columns.low.store(low + i);
+        columns.middle.store(middle + i);
+        columns.high.store(high + i);
+    }
+    if (odd != 0)
+        return false;
+    const auto columns = [&](int32_t i) -> SortedColumns<Pixel> {
+        return {Vector::load(low + i), Vector::load(middle + i), Vector::load(high + i)};
+    };
+    fillByLanes(out + start, n,
+                [&](int32_t i) { return medianOfColumns(columns(i), columns(i + 1), columns(i + 2)); });
     return true;
 }
-inline bool plainlyOrdered(const float* row, int32_t n)
-{
-    int32_t odd = 0;
-    for (int32_t i = 0; i < n; ++i) {
-        int32_t bits;
-        std::memcpy(&bits, row + i, sizeof bits);
-        odd |= static_cast<int32_t>(row[i] != row[i]) | static_cast<int32_t>(bits == INT32_MIN);
-    }
-    return odd == 0;
-}
 
-// A piece of a row in a neighbourhood of three columns: each column is sorted once and serves three medians.
-template <typename Pixel, int32_t Piece>
-void sharedMedians(const Lattice<Pixel>& at, int32_t start, int32_t n, Pixel* out)
-{
-    alignas(64) Pixel low[Piece + 2];
-    alignas(64) Pixel middle[Piece + 2];
-    alignas(64) Pixel high[Piece + 2];
-    const Pixel* top = at.nw + start;
-    const Pixel* center = at.w + start;
-    const Pixel* bottom = at.sw + start;
-    VEXA_INDEPENDENT
-    for (int32_t i = 0; i < n + 2; ++i) {
-        const SortedColumn<Pixel> column = sortedColumn(top[i], center[i], bottom[i]);
-        low[i] = column.low;
-        middle[i] = column.middle;
-        high[i] = column.high;
-    }
-    Pixel* dest = out + start;
-    VEXA_INDEPENDENT
-    for (int32_t i = 0; i < n; ++i)
-        dest[i] =
-            medianOfColumns<Pixel>({low[i], middle[i], high[i]}, {low[i + 1], middle[i + 1], high[i + 1]},
-                                   {low[i + 2], middle[i + 2], high[i + 2]});
-}
-
+// The same in neighbourhoods of other widths, which share no columns nearby.
 template <typename Pixel>
-void latticeMedians(const Lattice<Pixel>& at, int32_t start, int32_t n, Pixel* out)
+bool latticeMedians(const Lattice<Pixel>& at, int32_t start, int32_t n, Pixel* out)
 {
-    VEXA_INDEPENDENT
-    for (int32_t i = start; i < start + n; ++i)
-        out[i] = medianOfColumns(sortedColumn(at.nw[i], at.w[i], at.sw[i]),
-                                 sortedColumn(at.n[i], at.center[i], at.s[i]),
-                                 sortedColumn(at.ne[i], at.e[i], at.se[i]));
+    using Vector = Lanes<Pixel>;
+    uint32_t odd = 0;
+    const auto columns = [&](const Pixel* top, const Pixel* center, const Pixel* bottom) {
+        const Vector a = Vector::load(top);
+        const Vector b = Vector::load(center);
+        const Vector c = Vector::load(bottom);
+        odd |= Vector::odd(a) | Vector::odd(b) | Vector::odd(c);
+        return sortedColumns(a, b, c);
+    };
+    fillByLanes(out + start, n, [&](int32_t k) {
+        const int32_t i = start + k;
+        return medianOfColumns(columns(at.nw + i, at.w + i, at.sw + i),
+                               columns(at.n + i, at.center + i, at.s + i),
+                               columns(at.ne + i, at.e + i, at.se + i));
+    });
+    return odd == 0;
 }
 
 template <typename Pixel>
@@ -199,14 +206,10 @@ void medianRow(const FrameLine& line, void*)
     auto* out = static_cast<Pixel*>(line.out);
     for (int32_t start = 0; start < line.count; start += kPiece) {
         const int32_t n = std::min(kPiece, line.count - start);
-        const int32_t reach = n + line.width - 1;
-        if (!plainlyOrdered(at.nw + start, reach) || !plainlyOrdered(at.w + start, reach) ||
-            !plainlyOrdered(at.sw + start, reach))
+        const bool done = line.width == 3 ? sharedMedians<Pixel, kPiece>(at, start, n, out)
+                                          : latticeMedians(at, start, n, out);
+        if (!done)
             selectedMedians(at, start, n, reinterpret_cast<Pixel*>(scratch.data()), out);
-        else if (line.width == 3)
-            sharedMedians<Pixel, kPiece>(at, start, n, out);
-        else
-            latticeMedians(at, start, n, out);
     }
 }
 
@@ -219,8 +222,8 @@ inline void pitRow(const FrameLine& line, void*)
     const int32_t n = line.count;
     VEXA_INDEPENDENT
     for (int32_t i = 0; i < n; ++i) {
-        const uint8_t low = smaller(smaller(at.n[i], at.w[i]), smaller(at.e[i], at.s[i]));
-        out[i] = static_cast<uint8_t>(larger(low, at.center[i]) - at.center[i]);
+        const uint8_t low = std::min(std::min(at.n[i], at.w[i]), std::min(at.e[i], at.s[i]));
+        out[i] = static_cast<uint8_t>(std::max(low, at.center[i]) - at.center[i]);
     }
 }
 
@@ -231,8 +234,8 @@ inline void peakRow(const FrameLine& line, void*)
     const int32_t n = line.count;
     VEXA_INDEPENDENT
     for (int32_t i = 0; i < n; ++i) {
-        const uint8_t high = larger(larger(at.n[i], at.w[i]), larger(at.e[i], at.s[i]));
-        out[i] = static_cast<uint8_t>(larger(high, at.center[i]) - high);
+        const uint8_t high = std::max(std::max(at.n[i], at.w[i]), std::max(at.e[i], at.s[i]));
+        out[i] = static_cast<uint8_t>(std::max(high, at.center[i]) - high);
     }
 }
 
@@ -258,9 +261,10 @@ inline void binaryErodeRow(const FrameLine& line, void*)
     const Lattice<uint8_t> at = latticeOf<uint8_t>(line);
     auto* out = static_cast<uint8_t*>(line.out);
     const int32_t n = line.count;
+    fillByLanes(out, n, [&](int32_t i) { return extremeOfNine<Smallest>(at, i); });
     VEXA_INDEPENDENT
     for (int32_t i = 0; i < n; ++i)
-        out[i] = extremeOfNine<Smallest>(at, i) != 0 ? at.center[i] : uint8_t{0};
+        out[i] = out[i] != 0 ? at.center[i] : uint8_t{0};
 }
 
 // Fields.

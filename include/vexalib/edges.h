@@ -117,7 +117,7 @@ VEXA_API float I_Gradient2(int32_t imSrc, int32_t imDest, int32_t step, float th
 /// Presents a pending error through I_ShowError("I_PeakGradient: 2"), which clears it.
 ///
 /// @return 0.0 where I_Gradient2 fails, and with error 2 "I_PeakGradient" without memory. An image of other
-///         pixels than bytes, or without any edge, has its peak in the last bin: 178.0
+///         pixels than bytes, or without any edge, has its peak in the last bin, which gives 356.0
 /// @see I_Gradient2 for the arguments
 VEXA_API float I_PeakGradient(int32_t imSrc, int32_t imDest, int32_t step, float threshold,
                               uint32_t *histogram, int32_t *count);
