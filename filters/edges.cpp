@@ -18,6 +18,7 @@
 #include "vexalib/image.h"
 #include "vexalib/numeric.h"
 #include "vexalib/roi.h"
+#include "vexalib/smoothing.h"
 #include "vexalib/status.h"
 
 #define VEXA_ROWS_FILE "filters/edges_rows.h"
@@ -280,4 +281,30 @@ float I_Gradient2(int32_t src, int32_t dst, int32_t step, float threshold, uint3
     float result = 0.0F;
     (void)gradient(src, dst, {step, threshold, histogram, angles, angleCount, true}, count, &result);
     return result;
+}
+
+float I_PeakGradient(int32_t src, int32_t dst, int32_t step, float threshold, uint32_t* histogram,
+                     int32_t* count)
+{
+    Buffer<int32_t> strengths(kDirections);
+    if (malloctest(strengths.data(), "I_PeakGradient"))
+        return 0.0F;
+    float unused = 0.0F;
+    auto* const angles = reinterpret_cast<uint32_t*>(strengths.data());
+    const GradientRequest request = {step, threshold, histogram, angles, kDirections, true};
+    const bool worked = gradient(src, dst, request, count, &unused);
+    I_SmoothArrayLong(strengths.data(), kDirections, 3);
+    // Of equal ones the last.
+    int32_t top = 0;
+    for (int32_t i = 1; i < kDirections; ++i)
+        if (strengths[i] >= strengths[top])
+            top = i;
+    const auto strength = [&](int32_t i) {
+        return static_cast<double>(strengths[(i + kDirections) % kDirections]);
+    };
+    double position = 0.0;
+    I_ParabolicPeak(strength(top - 1), strength(top), strength(top + 1), &position, nullptr);
+    I_ShowError("I_PeakGradient: 2");
+    const auto bin = static_cast<float>(top - 1 + position);
+    return worked ? angleFromBin(bin, kDirections) : 0.0F;
 }

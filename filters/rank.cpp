@@ -17,6 +17,9 @@ namespace vexa
 namespace
 {
 
+// Nine samples of a pixel that is sorted alone.
+using MedianScratch = Buffer<float>;
+
 struct DeflickerParameter {
     int32_t mode;
     int32_t type;
@@ -54,6 +57,14 @@ int32_t runBytes(FrameFilter filter, int32_t src, int32_t dst, int32_t width, in
 int32_t narrowestWithoutColor(int32_t src, int32_t dst)
 {
     return NarrowestPixelType(orNoImage(src), orNoImage(dst), kNoImage, 1);
+}
+
+// A strength in steps of 1/16 from a parameter that may be absent or 0.
+int32_t strengthFrom(const float* parameter, int32_t otherwise)
+{
+    if (!parameter || parameter[0] == 0.0F)
+        return otherwise;
+    return truncToInt32(static_cast<double>(parameter[0]) * 16.0 + 0.5);
 }
 
 ContourParameter contourFrom(const float* parameter)
@@ -138,9 +149,19 @@ using namespace vexa;
 int32_t I_MxN9ptFilt(int32_t src, int32_t dst, int32_t M, int32_t N, int32_t op, const float* param)
 {
     NinePointFilter filter = {};
+    SharpenParams sharpen = {strengthFrom(param, op == 0 ? 40 : 16), op == 10};
     ContourParameter contour = contourFrom(param);
+    MedianScratch scratch;
     void* user = nullptr;
     switch (op) {
+    case 0:
+    case 10:
+        filter = sharpenFilter();
+        user = &sharpen;
+        break;
+    case 1:
+        filter = meanFilter();
+        break;
     case 3:
         filter = sobelFilter();
         filter.floats = nullptr; // Required: bytes only, unlike I_Sobel.
@@ -157,6 +178,7 @@ int32_t I_MxN9ptFilt(int32_t src, int32_t dst, int32_t M, int32_t N, int32_t op,
         break;
     case 7:
         filter = VEXA_ROWS(kMedian);
+        user = &scratch;
         break;
     case 8:
         filter = verticalGradientFilter();

@@ -195,11 +195,14 @@ bool latticeMedians(const Lattice<Pixel>& at, int32_t start, int32_t n, Pixel* o
     return odd == 0;
 }
 
+// user: a MedianScratch, filled by the first row that finds memory.
 template <typename Pixel>
-void medianRow(const FrameLine& line, void*)
+void medianRow(const FrameLine& line, void* user)
 {
     constexpr int32_t kPiece = 2048 / sizeof(Pixel);
-    Buffer<float> scratch(9);
+    auto& scratch = *static_cast<MedianScratch*>(user);
+    if (!scratch)
+        scratch = MedianScratch(9);
     if (malloctest(scratch.data(), "I_Median: %d", 36))
         return;
     const Lattice<Pixel> at = latticeOf<Pixel>(line);

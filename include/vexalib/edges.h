@@ -108,11 +108,13 @@ VEXA_API float I_Gradient(int32_t imSrc, int32_t imDest, int32_t step, float thr
 VEXA_API float I_Gradient2(int32_t imSrc, int32_t imDest, int32_t step, float threshold, uint32_t *histogram,
                            int32_t *count, uint32_t *angles, int32_t angleCount);
 
-/// The direction in which the strongest edges change, from 0 to 180 degrees.
+/// The direction in which the strongest edges change, in degrees from 0 to 180.
 ///
 /// I_Gradient2 with 90 directions; their sums smoothed over three (I_SmoothArrayLong); the largest, of equal
 /// ones the last, refined by a parabola through its neighbours, and the bin turned into an angle by two steps
-/// of Newton's method. Grey that changes along x (vertical stripes) gives 90, along y 0 or 180.
+/// of Newton's method. Grey that changes along x (vertical stripes) gives about 90, along y about 0 or 180. Where
+/// all strength is in one bin, smoothing makes three equal, and the last of them counts: vertical stripes give
+/// 93.
 ///
 /// Presents a pending error through I_ShowError("I_PeakGradient: 2"), which clears it.
 ///

@@ -5,8 +5,10 @@
 #include <limits>
 
 #include "filters/edge_angles.h"
+#include "support/buffer.h"
 #include "tests/filters/filter_settings.h"
 #include "vexalib/rank.h"
+#include "vexalib/smoothing.h"
 
 namespace
 {
@@ -497,6 +499,60 @@ TEST(AgainstReferenceEdges, Gradients)
     }
 }
 
+// From the description, after the sums by direction.
+float plainPeak(std::vector<uint32_t> angles)
+{
+    std::vector<int32_t> sums(angles.begin(), angles.end());
+    I_SmoothArrayLong(sums.data(), 90, 3);
+    int32_t k = 0;
+    for (int32_t i = 0; i < 90; ++i)
+        k = sums[static_cast<std::size_t>(i)] >= sums[static_cast<std::size_t>(k)] ? i : k;
+    const auto at = [&](int32_t i) {
+        return static_cast<double>(sums[static_cast<std::size_t>((i + 90) % 90)]);
+    };
+    double position = 0;
+    I_ParabolicPeak(at(k - 1), at(k), at(k + 1), &position, nullptr);
+    return vexa::angleFromBin(static_cast<float>(k - 1 + position), 90);
+}
+
+TEST(AgainstReferenceEdges, PeakGradient)
+{
+    std::mt19937 random(4);
+    for (int32_t round = 0; round < 40; ++round) {
+        const double fx = static_cast<double>(random() % 100) / 70.0;
+        const double fy = static_cast<double>(random() % 100) / 70.0;
+        const int32_t src =
+            byteImage(40, 30, [=](int32_t x, int32_t y) { return 128 + 100 * std::sin(x * fx - y * fy); });
+        const int32_t dst = byteImage(40, 30);
+        std::vector<uint32_t> angles(90, 0);
+        std::vector<uint32_t> expectedHistogram(256, 1);
+        std::vector<uint32_t> histogram(256, 2);
+        int32_t expectedCount = 0;
+        int32_t count = -1;
+        I_Gradient2(src, dst, 1, 9.5F, expectedHistogram.data(), &expectedCount, angles.data(), 90);
+        const auto expectedPixels = bytesOf(dst);
+        EXPECT_EQ(plainPeak(angles), I_PeakGradient(src, dst, 1, 9.5F, histogram.data(), &count));
+        EXPECT_EQ(expectedHistogram, histogram);
+        EXPECT_EQ(expectedCount, count);
+        EXPECT_EQ(expectedPixels, bytesOf(dst));
+        I_ImCloseAll();
+    }
+}
+
+TEST_F(LiteralEdges, DirectionsOfStripes)
+{
+    const int32_t along[] = {byteImage(40, 40, [](int32_t x, int32_t) { return x / 4 % 2 ? 200 : 20; }),
+                             byteImage(40, 40, [](int32_t x, int32_t y) { return (x + y) * 3; }),
+                             byteImage(40, 40, [](int32_t, int32_t y) { return y / 4 % 2 ? 200 : 20; })};
+    // Smoothing makes bins 44 to 46 equal, of which the last one counts.
+    EXPECT_EQ(93.0F, I_PeakGradient(along[0], 0, 1, 5.0F, nullptr, nullptr));
+    EXPECT_NEAR(45.0F, I_PeakGradient(along[1], 0, 1, 2.0F, nullptr, nullptr), 2.0F);
+    EXPECT_NEAR(0.0F, I_PeakGradient(along[2], 0, 1, 5.0F, nullptr, nullptr), 0.5F);
+    // No edges, or no directions: the last bin.
+    EXPECT_EQ(356.0F, I_PeakGradient(along[0], 0, 1, 250.0F, nullptr, nullptr));
+    EXPECT_EQ(356.0F, I_PeakGradient(floatImage(5, 5), 0, 1, 5.0F, nullptr, nullptr));
+}
+
 // A colour image is read as floats.
 TEST_F(LiteralEdges, GradientOfOtherTypes)
 {
@@ -540,6 +596,12 @@ TEST_F(FailuresEdges, ImagesThatAreNotOpen)
     EXPECT_EQ(-1, count);
     EXPECT_EQ(0.0F, I_Gradient2(0, open, 1, 1.0F, nullptr, &count, nullptr, 90));
     EXPECT_EQ(-1, count);
+    Messages messages;
+    EXPECT_EQ(0.0F, I_PeakGradient(closed, open, 1, 1.0F, nullptr, &count));
+    EXPECT_EQ(-1, count);
+    EXPECT_EQ(0, I_GetError(nullptr, 0)); // presented
+    ASSERT_EQ(1U, messages.all().size());
+    EXPECT_THAT(messages.all()[0], testing::HasSubstr("I_PeakGradient: 2"));
 }
 
 TEST_F(FailuresEdges, WithoutMemory)
@@ -577,6 +639,20 @@ TEST_F(FailuresEdges, WithoutMemory)
             },
             expectFailure);
     }
+}
+
+TEST_F(FailuresEdges, PeakWithoutMemory)
+{
+    const int32_t src = byteImage(20, 20, [](int32_t x, int32_t) { return x * 10; });
+    Messages messages;
+    // Without memory to smooth, the directions are as they are.
+    forEachFailingAllocation(
+        [&] { return static_cast<int64_t>(I_PeakGradient(src, 0, 1, 5.0F, nullptr, nullptr)); },
+        [&](int64_t result) { EXPECT_THAT(result, testing::AnyOf(0, 90, 93)); });
+    vexa::failAllocation(1, false);
+    EXPECT_EQ(0.0F, I_PeakGradient(src, 0, 1, 5.0F, nullptr, nullptr));
+    vexa::failAllocation(0, false);
+    EXPECT_THAT(errorText(), StartsWith("Memory allocation failed: I_PeakGradient: "));
 }
 
 } // namespace

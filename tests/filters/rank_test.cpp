@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <numeric>
 
 #include "core/error.h"
 #include "support/buffer.h"
@@ -594,6 +595,54 @@ TEST(AgainstReferenceRank, Deflicker)
                    [=](int32_t src, int32_t dst) { return plainDeflicker(src, dst, mode); }, kAllTypes, 40);
 }
 
+// The sharpening codes: 8 CTR - the other eight, times the strength in 128ths.
+TEST(AgainstReferenceRank, SharpeningCodes)
+{
+    const float none[] = {0.0F};
+    const float half[] = {0.5F};
+    const float negative[] = {-3.3F};
+    const std::pair<const float*, int32_t> strengths[] = {
+        {nullptr, 0}, {none, 0}, {half, 8}, {negative, -52}};
+    for (const int32_t op : {0, 10}) {
+        for (const auto& [param, given] : strengths) {
+            const int32_t strength = given != 0 ? given : op == 0 ? 40 : 16;
+            const auto pixel = [=](const auto& p) {
+                using Pixel = std::decay_t<decltype(p[0])>;
+                const auto sum = std::accumulate(p.begin(), p.end(), 0.0) - static_cast<double>(p[4]);
+                const double t = (8.0 * p[4] - sum) * strength / 128.0;
+                const double center = op == 0 ? static_cast<double>(p[4]) : 0.0;
+                if constexpr (std::is_same_v<Pixel, uint8_t>)
+                    return static_cast<uint8_t>(std::clamp(std::trunc(t) + center, 0.0, 255.0));
+                else
+                    return static_cast<float>(t + center);
+            };
+            expectSame([=, param = param](int32_t src,
+                                          int32_t dst) { return I_MxN9ptFilt(src, dst, 3, 3, op, param); },
+                       [=](int32_t src, int32_t dst) { return runTyped(src, dst, 3, 3, PIX_BYTE, pixel); },
+                       {PIX_BYTE, PIX_BGR24, PIX_PALETTE}, 25);
+        }
+    }
+}
+
+TEST(AgainstReferenceRank, MeanCode)
+{
+    const auto bytes = [](const Nine<uint8_t>& p) {
+        return static_cast<uint8_t>((std::accumulate(p.begin(), p.end(), 0) + 4) / 9);
+    };
+    const auto floats = [](const Nine<float>& p) {
+        return static_cast<float>(std::accumulate(p.begin(), p.end(), 0.0) / 9.0);
+    };
+    for (const auto& [width, height] : {std::pair{3, 3}, {5, 2}, {8, 9}})
+        expectSame([w = width, h = height](int32_t src,
+                                           int32_t dst) { return I_MxN9ptFilt(src, dst, w, h, 1, nullptr); },
+                   [=, w = width, h = height](int32_t src, int32_t dst) {
+                       return widest(src, dst) == PIX_BYTE
+                                  ? runNineBytes(src, dst, w, h, bytes)
+                                  : runNine<float>(src, dst, w, h, PIX_FLOAT, floats);
+                   },
+                   kAllTypes, 25);
+}
+
 // Every function of the family.
 const std::vector<std::pair<std::string, Filter>>& everyFilter()
 {
@@ -668,26 +717,27 @@ TEST_F(FailuresRank, WithoutMemoryForTheFrame)
 }
 
 // A line without memory is left as it was, and the others are done.
-TEST_F(FailuresRank, MedianWithoutMemoryForALine)
+TEST_F(FailuresRank, MedianWithoutMemoryForLines)
 {
     const int32_t src = noiseImage(12, 8, 1);
     const int32_t dst = like(src);
     const int32_t full = like(src);
-    I_Median(src, full);
     vexa::failAllocation(0, false);
-    I_Median(src, dst);
-    const int64_t attempts = vexa::allocationState().attempts;
-    for (int32_t line = 0; line < 8; ++line) {
+    I_Median(src, full);
+    const int64_t firstLine = vexa::allocationState().attempts;
+    for (const bool persistent : {false, true}) {
         I_ImClear(dst, 9.0);
         clearError();
-        vexa::failAllocation(attempts - 7 + line, false);
+        vexa::failAllocation(firstLine, persistent);
         EXPECT_EQ(1, I_Median(src, dst));
         EXPECT_EQ(2, I_GetError(nullptr, 0));
         EXPECT_THAT(errorText(), StartsWith("Memory allocation failed: I_Median: 36: "));
+        vexa::failAllocation(0, false);
         for (int32_t y = 0; y < 8; ++y)
-            EXPECT_EQ(y == line ? std::vector<double>(12, 9.0) : rowOf(full, y), rowOf(dst, y));
+            EXPECT_EQ(y == 0 || persistent ? std::vector<double>(12, 9.0) : rowOf(full, y), rowOf(dst, y));
     }
-    vexa::failAllocation(0, false);
+    forEachFailingAllocation([&] { return I_Median(src, dst); },
+                             [](int64_t) { EXPECT_EQ(2, I_GetError(nullptr, 0)); });
 }
 
 TEST_F(FailuresRank, RegionsOfOneColumnOrLineAreRefused)

@@ -80,6 +80,9 @@ std::vector<SweptFunction> sweptRankAndEdges()
                       I_Gradient2(IM(s), IM(s), extent(s), real(s), histogram(s), count(s), histogram(s),
                                   s.pick({1, 2, 3, 90, 256, kBufferElements}));
                   }),
+        inSetting(
+            "I_PeakGradient",
+            [=](Stage& s) { I_PeakGradient(IM(s), IM(s), extent(s), real(s), histogram(s), count(s)); }),
     };
 }
 
