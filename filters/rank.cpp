@@ -1,6 +1,7 @@
 #include "vexalib/rank.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <cstring>
 #include <functional>
@@ -9,6 +10,7 @@
 #include "operators/working_type.h"
 #include "support/buffer.h"
 #include "support/numbers.h"
+#include "vexalib/block.h"
 #include "vexalib/image.h"
 #include "vexalib/status.h"
 
@@ -74,15 +76,53 @@ ContourParameter contourFrom(const float* parameter)
     return {truncToInt32(parameter[0]), truncToInt32(parameter[1])};
 }
 
-// The passes after which no further one changes a pixel: what grows by a pixel a pass has then reached every pixel
-// that it can, and conversions of the values have settled.
-int64_t passesThatMatter(int32_t src, int32_t dst)
+// Ends passes over an image that no longer change it, however many were asked for. What spreads by a pixel a pass has
+// been everywhere after as many passes as there are pixels, even where something goes to and fro.
+class Settling
 {
-    int32_t cols = 0;
-    int32_t rows = 0;
-    I_GetMinSize2(&cols, &rows, nullptr, nullptr, src, dst);
-    return int64_t{cols} * rows + 64;
-}
+public:
+    explicit Settling(int32_t im) : im_(im) {}
+
+    // After each pass. Compares what two passes leave from time to time.
+    [[nodiscard]] bool settled()
+    {
+        ++passes_;
+        if (passes_ < kFirstLook)
+            return false;
+        if (std::has_single_bit(passes_)) {
+            before_ = contents();
+            return im_ == 0;
+        }
+        if (passes_ > static_cast<uint64_t>(pixels_) + kFirstLook)
+            return true;
+        if (!before_ || !std::has_single_bit(passes_ - 1))
+            return false;
+        const Buffer<uint8_t> now = contents();
+        return now && std::memcmp(now.data(), before_.data(), static_cast<std::size_t>(now.size())) == 0;
+    }
+
+private:
+    // Empty without an image; also without memory, where the passes just go on.
+    Buffer<uint8_t> contents()
+    {
+        int32_t cols = 0;
+        int32_t rows = 0;
+        int32_t bytes = 0;
+        if (im_ == 0 || !I_ImGetSize(&cols, &rows, &bytes, im_))
+            return {};
+        pixels_ = int64_t{cols} * rows;
+        Buffer<uint8_t> all(pixels_ * bytes);
+        if (all)
+            I_GetBlockType(0, 0, cols, rows, all.data(), im_, I_ImGetType(im_));
+        return all;
+    }
+
+    static constexpr uint64_t kFirstLook = 64;
+    int32_t im_;
+    uint64_t passes_ = 0;
+    int64_t pixels_ = 0;
+    Buffer<uint8_t> before_;
+};
 
 // Takes off the border pixels of regions that are neither ends nor joints: user counts them. The ring of eight around a
 // pixel is read from what is thinned already, where it is, and from the source elsewhere.
@@ -128,14 +168,14 @@ void fieldRow(const FrameLine& line, void* user)
 int32_t runSteps(const NinePointFilter& filter, int32_t src, int32_t dst, float steps)
 {
     const int32_t type = narrowestWithoutColor(src, dst);
-    const int64_t passes = steps > 1000.0F ? passesThatMatter(src, dst) : 1000;
+    Settling passes(dst);
     float remaining = steps;
-    for (int64_t pass = 1;; ++pass) {
+    for (;;) {
         float step = remaining < 1.0F ? remaining : 1.0F;
         if (!runFilter(filter, src, dst, 3, 3, &step, type))
             return 0;
         remaining -= step;
-        if (!(remaining > 0.0F) || pass >= passes)
+        if (!(remaining > 0.0F) || passes.settled())
             return 1;
         src = dst;
     }
@@ -223,11 +263,12 @@ int32_t I_MinPeak(int32_t src, int32_t dst, int32_t M, int32_t N, int32_t peaks)
 int32_t I_BinaryDilate(int32_t src, int32_t dst, int32_t steps)
 {
     const NinePointFilter& filter = steps < 0 ? VEXA_ROWS(kBinaryErode) : VEXA_ROWS(kBinaryDilate);
-    const int64_t wanted = std::max<int64_t>(1, std::abs(int64_t{steps}));
-    const int64_t passes = wanted > 1000 ? std::min(wanted, passesThatMatter(src, dst)) : wanted;
-    for (int64_t pass = 0; pass < passes; ++pass) {
+    Settling passes(dst);
+    for (int64_t left = std::max<int64_t>(1, std::abs(int64_t{steps})); left > 0; --left) {
         if (!runBytes(filter.bytes, src, dst, 3, 3))
             return 0;
+        if (passes.settled())
+            break;
         src = dst;
     }
     return 1;

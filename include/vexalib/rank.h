@@ -94,8 +94,8 @@ VEXA_API int32_t I_Median(int32_t imSrc, int32_t imDest);
 /// With 2.5 steps there are three passes, the last one of half a step. With 0 there is one pass that leaves
 /// the pixels as they are in imSrc. Passes behind the first one read imDest.
 ///
-/// @param steps  negative: I_Dilate of -steps. More passes than imDest has pixels (and 64 more) change
-///               nothing and are left out; no number counts as 1
+/// @param steps  negative: I_Dilate of -steps. Passes that would change nothing any more may be
+///               left out, so that every number ends; no number counts as 1
 /// @return the status of the last pass; a pass that fails ends the function
 ///
 /// Bytes if the narrowest type is PIX_BYTE or a colour (NarrowestPixelType), floats otherwise.
@@ -124,8 +124,8 @@ VEXA_API int32_t I_MinPeak(int32_t imSrc, int32_t imDest, int32_t width, int32_t
 ///
 /// Regions that touch keep their labels; the order decides who gets a pixel that both could.
 ///
-/// @param steps  passes of growing, negative ones of shrinking; 0 counts as 1. More passes than imDest has
-///               pixels (and 64 more) change nothing and are left out
+/// @param steps  passes of growing, negative ones of shrinking; 0 counts as 1. Passes that would change
+///               nothing any more may be left out
 /// @return the status of the last pass; a pass that fails ends the function
 VEXA_API int32_t I_BinaryDilate(int32_t imSrc, int32_t imDest, int32_t steps);
 
