@@ -31,11 +31,37 @@ void anyRegion(Stage& s)
     }
 }
 
+// Places of lines of a bounded length: each sample is a step of the walk.
+float place(Stage& s)
+{
+    return static_cast<float>(
+        s.pick({0.0, 3.5, 7.0, -7.25, 39.0, 40.0, 1000.0, -1000.0, 1e30, -1e30,
+                std::numeric_limits<double>::infinity(), std::numeric_limits<double>::quiet_NaN()}));
+}
+
+// 600 points or pixels, NaN and infinities among them where the bytes say so.
+VexaPointF* points(Stage& s)
+{
+    return static_cast<VexaPointF*>(OUT(s));
+}
+
 } // namespace
 
 std::vector<SweptFunction> sweptProfiles()
 {
     return {
+        swept("I_GetProfileType", I_GetProfileType, REAL, REAL, REAL, REAL, REAL, OUT, COUNT, IM, TYPE),
+        swept("I_GetProfileTypeEx", I_GetProfileTypeEx, REAL, REAL, REAL, REAL, REAL, SIZE, OUT, COUNT, IM,
+              TYPE),
+        {"I_DupProfileType",
+         [](Stage& s) {
+             int32_t count = 0;
+             const float x0 = place(s), y0 = place(s), x1 = place(s), y1 = place(s);
+             vexaFree(I_DupProfileType(x0, y0, x1, y1, s.pick({1.0F, -1.0F, 0.3F, 0.0F, 1e6F}),
+                                       s.random() % 4 ? &count : nullptr, IM(s), TYPE(s)));
+         }},
+        swept("I_GetPixelsInList", I_GetPixelsInList, points, OUT, COUNT, IM, TYPE),
+        swept("I_PutPixelsInList", I_PutPixelsInList, points, OUT, COUNT, IM, TYPE),
         {"I_GetLineFCoords",
          [](Stage& s) {
              const VexaPointF a = {static_cast<float>(REAL(s)), 3.5F},
