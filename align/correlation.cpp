@@ -36,7 +36,7 @@ Scoring prepare(uint8_t* pixels, int32_t cols, int32_t rows, bool isLinear, Wind
     const int32_t rounded = Rnd(static_cast<float>(moments.mean));
     const int64_t count = int64_t{std::max(cols, 0)} * std::max(rows, 0);
     for (int64_t i = 0; i < count; ++i) {
-        scoring.absoluteSum = static_cast<float>(scoring.absoluteSum + std::fabs(pixels[i] - moments.mean));
+        scoring.absoluteSum += static_cast<float>(std::fabs(pixels[i] - moments.mean));
         if (isLinear)
             continue;
         // Required: the pattern itself is changed, again by every call that it is given to.

@@ -14,6 +14,24 @@ inline RowSums sumRow(const uint8_t* pixels, int32_t n)
     return {static_cast<int32_t>(sum), static_cast<int32_t>(squares)};
 }
 
+inline void halveRow(const uint8_t* upper, const uint8_t* lower, int32_t n, uint8_t* dest)
+{
+    int32_t i = 0;
+#if VEXA_LEVEL >= 3
+    const __m512i ones = _mm512_set1_epi8(1), two = _mm512_set1_epi16(2);
+    for (; i + 32 <= n; i += 32) {
+        const __m512i a = _mm512_maddubs_epi16(_mm512_loadu_si512(upper + 2 * i), ones);
+        const __m512i b = _mm512_maddubs_epi16(_mm512_loadu_si512(lower + 2 * i), ones);
+        const __m512i sums = _mm512_add_epi16(_mm512_add_epi16(a, b), two);
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(dest + i),
+                            _mm512_cvtepi16_epi8(_mm512_srli_epi16(sums, 2)));
+    }
+#endif
+    for (; i < n; ++i)
+        dest[i] = static_cast<uint8_t>(
+            (upper[2 * i] + upper[2 * i + 1] + lower[2 * i] + lower[2 * i + 1] + 2) >> 2);
+}
+
 inline int32_t multiplyWindow(const CorrelationPattern& pattern, const uint8_t* image, int64_t stride)
 {
     uint32_t total = 0;
@@ -249,6 +267,6 @@ inline void findDifferences(const CorrelationPattern& pattern, const uint8_t* im
 #endif
 }
 
-inline constexpr CorrelationRows kCorrelationRows = {findDifferences, multiplyWindow, sumRow};
+inline constexpr CorrelationRows kCorrelationRows = {findDifferences, multiplyWindow, sumRow, halveRow};
 
 } // namespace vexa::VEXA_TARGET

@@ -28,6 +28,8 @@ struct CorrelationRows {
     // The sum of signed pattern bytes times window bytes, modulo 2 to the 32.
     int32_t (*product)(const CorrelationPattern& pattern, const uint8_t* image, int64_t stride);
     RowSums (*sums)(const uint8_t* pixels, int32_t n);
+    // n rounded means of two by two pixels. dest lies clear of the rows.
+    void (*halve)(const uint8_t* upper, const uint8_t* lower, int32_t n, uint8_t* dest);
 };
 
 const CorrelationRows& correlationRows();

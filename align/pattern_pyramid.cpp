@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstring>
 
+#include "align/correlation_rows.h"
 #include "align/correlation_settings.h"
 #include "support/guard.h"
 #include "support/numbers.h"
@@ -28,9 +29,7 @@ void halve(const uint8_t* source, int32_t cols, int32_t rows, uint8_t* dest)
     for (int32_t y = 0; y < rows / 2; ++y) {
         const uint8_t* upper = source + int64_t{2 * y} * cols;
         const uint8_t* lower = upper + cols;
-        for (int32_t x = 0; x < cols / 2; ++x)
-            dest[x] = static_cast<uint8_t>(
-                (upper[2 * x] + upper[2 * x + 1] + lower[2 * x] + lower[2 * x + 1] + 2) >> 2);
+        correlationRows().halve(upper, lower, cols / 2, dest);
         dest += cols / 2;
     }
 }
@@ -58,6 +57,21 @@ LevelSums sumLevel(const uint8_t* pixels, int64_t n)
     return sums;
 }
 
+// Of |p - mean|: those below the mean and those above add up to the same, but for rounding.
+double sumOfDistances(const uint8_t* pixels, int64_t n, double mean, double sum)
+{
+    const int32_t highestBelow = truncToInt32(mean);
+    int64_t count = 0, sumBelow = 0;
+    for (int64_t i = 0; i < n; ++i) {
+        const bool isBelow = pixels[i] <= highestBelow;
+        count += isBelow;
+        sumBelow += isBelow ? pixels[i] : 0;
+    }
+    const double below = mean * static_cast<double>(count) - static_cast<double>(sumBelow);
+    const double above = sum - static_cast<double>(sumBelow) - mean * static_cast<double>(n - count);
+    return below + above;
+}
+
 // Keeps a later distance to the mean inside a signed byte.
 void stretch(uint8_t* pixels, int64_t n)
 {
@@ -77,10 +91,9 @@ void describeLevel(PatternPyramid& pyramid, int32_t level)
     if (!correlationSettings().linear)
         stretch(pixels, n);
     const LevelSums sums = sumLevel(pixels, n);
-    double mean = 0.0, deviation = 0.0, distances = 0.0;
+    double mean = 0.0, deviation = 0.0;
     meanstdv(static_cast<double>(n), sums.sum, sums.squares, &mean, &deviation);
-    for (int64_t i = 0; i < n; ++i)
-        distances += std::fabs(pixels[i] - mean);
+    const double distances = sumOfDistances(pixels, n, mean, sums.sum);
     pyramid.levelMean[level] = static_cast<float>(mean);
     pyramid.levelDeviation[level] = static_cast<float>(deviation);
     pyramid.levelMeanDiff[level] = static_cast<float>(distances / static_cast<double>(n));
