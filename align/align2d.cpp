@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <utility>
 
 #include "align/corr_peaks.h"
 #include "align/correlation_settings.h"
@@ -8,6 +9,7 @@
 #include "support/buffer.h"
 #include "support/numbers.h"
 #include "vexalib/correlation.h"
+#include "vexalib/listing.h"
 #include "vexalib/status.h"
 
 namespace vexa
@@ -113,6 +115,8 @@ private:
             return Outcome::failed;
         if (!correlate(level, scores, surface.data()))
             return Outcome::failed;
+        if (I_GetDebug())
+            trace(level, scores, surface);
         isFirst_ = false;
         return Outcome::done;
     }
@@ -184,6 +188,43 @@ private:
                image + int64_t{origin.y} * search.cols + origin.x, search.cols, surface, scores.cols,
                scores.rows, text);
         return true;
+    }
+
+    // The surface in thousandths, gathered level by level, goes to the clipboard at level 0.
+    void trace(int32_t level, const LevelSize& scores, Buffer<float>& surface) const
+    {
+        constexpr float kTracedScale = 1000.0F;
+        constexpr int64_t kCharacters = 16; // of a score and its separator
+        const CorrPeak& peak = list_[0];
+        char line[400];
+        const int32_t written =
+            std::snprintf(line, sizeof line,
+                          "level=%d peak=%.1f xy=%.2f %.2f dx= %.2f %.1f; sboxLeft=%d %d; CorrWid=%d %d  "
+                          "meandiff[nlevel]=%.2f qual= %.3f\r\n",
+                          level, double{peak.value * kTracedScale}, double{peak.levelX}, double{peak.levelY},
+                          double{peak.fullX}, double{peak.fullY}, search_.left, search_.top, scores.cols,
+                          scores.rows, double{pattern_.levelMeanDiff[level]}, double{peak.value});
+        for (float& score : surface)
+            score = std::clamp(score * kTracedScale, -1e9F, 1e9F);
+        const char* old = tracedText() ? tracedText().data() : "";
+        Buffer<char> longer(static_cast<int64_t>(std::strlen(old)) + written + surface.size() * kCharacters +
+                            1);
+        if (!longer)
+            return;
+        std::snprintf(longer.data(), static_cast<std::size_t>(longer.size()), "%s%s", old, line);
+        I_FormatArrayEx(longer.data(), surface.data(), sizeof(float), scores.cols, scores.rows, "%.0f", "\t",
+                        nullptr);
+        tracedText() = std::move(longer);
+        if (level != 0)
+            return;
+        I_SetClipboardText(tracedText().data());
+        tracedText() = {};
+    }
+
+    static Buffer<char>& tracedText()
+    {
+        static Buffer<char> text;
+        return text;
     }
 
     PatternPyramid& pattern_;

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
 #include <cstdlib>
 #include <utility>
 
@@ -8,6 +9,7 @@
 #include "support/numbers.h"
 #include "vexalib/align1d.h"
 #include "vexalib/conversion.h"
+#include "vexalib/listing.h"
 #include "vexalib/numeric.h"
 #include "vexalib/statistics.h"
 #include "vexalib/status.h"
@@ -195,6 +197,32 @@ double sumOfProducts(const double* a, const double* b, int32_t n)
     return (sums[0] + sums[1]) + (sums[2] + sums[3]);
 }
 
+constexpr int32_t kTracedValues = 48;
+using TracedText = char[kTracedValues * 16];
+
+template <typename T>
+const char* formatTraced(TracedText& text, const T* values, int32_t n, const char* numberFormat)
+{
+    text[0] = 0;
+    I_FormatArrayEx(text, values, sizeof(T), std::min(n, kTracedValues), 1, numberFormat, "\t", nullptr);
+    return text;
+}
+
+void trace(const int32_t* a, const int32_t* b, int32_t length, const Curve& curve, int32_t range,
+           const Peak& best, double norm)
+{
+    TracedText source1, source2, scores;
+    char text[sizeof(TracedText) * 3 + 200];
+    std::snprintf(text, sizeof text,
+                  "off=%.2f, qual=%.2f, range=%d, meandiff= %.1f len=%d\nsrc1\t%s\nsrc2\t%s\ncorr\t%s",
+                  double{best.position}, double{best.value}, range, norm, length,
+                  formatTraced(source1, a, length, "%d"), formatTraced(source2, b, length, "%d"),
+                  formatTraced(scores, curve.data(), 2 * range + 1, "%.2f"));
+    I_SetClipboardText(text);
+    vexa_dprintf("off=%.2f qual=%.2f, Len=%d range=%d\nArrays are now in clipboard.", double{best.position},
+                 double{best.value}, length, range);
+}
+
 // The autocorrelation of an array over lags 0 to maxLag, as a part of that at lag 0. False for a flat array. centred has
 // room for the array.
 bool autocorrelate(const int32_t* array, int32_t length, double* centred, float* out, int32_t maxLag)
@@ -285,6 +313,8 @@ float I_CrossCorrelateArray(int32_t* a, int32_t lenA, int32_t* b, int32_t lenB, 
     const Peak best = bestPeak(curve, range, isLinear);
     if (quality)
         *quality = best.value;
+    if (I_GetDebug())
+        trace(a, b, length, curve, range, best, norm);
     return best.position;
 }
 
