@@ -3,6 +3,7 @@
 #include <cstring>
 #include <utility>
 
+#include "align/address_word.h"
 #include "align/corr_peaks.h"
 #include "align/correlation_settings.h"
 #include "align/pattern_pyramid.h"

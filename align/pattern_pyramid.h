@@ -13,12 +13,6 @@ namespace vexa
 inline constexpr int32_t kPyramidLevels = 8;
 inline constexpr int32_t kPyramidRecordSize = 184; // the mark of a complete record, whatever its size is here
 
-// What messages tell of a pointer.
-inline uint32_t addressWord(const void* pointer)
-{
-    return static_cast<uint32_t>(reinterpret_cast<uintptr_t>(pointer));
-}
-
 // A kept pyramid and its pixels.
 class PyramidSlot
 {

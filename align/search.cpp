@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "align/address_word.h"
 #include "align/correlation_settings.h"
 #include "align/pattern_pyramid.h"
 #include "vexalib/correlation.h"

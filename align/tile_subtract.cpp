@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "align/address_word.h"
 #include "align/tile_rows.h"
 #include "align/tile_table.h"
 #include "core/image_table.h"
@@ -439,8 +440,8 @@ int32_t I_AlignSubtract1(int32_t imA, int32_t imB, int32_t imResult, VexaPointF*
         return 0;
     TileBuffers buffers(grid.tileW, grid.tileH, in.bytes);
     if (malloctest(buffers ? buffers.tile() : nullptr, "AlignSubtract. Bufs=%x %x %x; sizes=%d %d %d",
-                   lowWord(buffers.tile()), lowWord(buffers.margin()), lowWord(buffers.blended()), grid.tileW,
-                   grid.tileH,
+                   addressWord(buffers.tile()), addressWord(buffers.margin()), addressWord(buffers.blended()),
+                   grid.tileW, grid.tileH,
                    static_cast<int32_t>(TileBuffers::marginBytes(grid.tileW, grid.tileH, in.bytes))))
         return 0;
     if (warpFill != 0 && (in.imWarped = openWarped(imB, warpFill)) == 0)

@@ -9,12 +9,6 @@
 namespace vexa
 {
 
-// What messages tell of a pointer.
-inline uint32_t lowWord(const void* pointer)
-{
-    return static_cast<uint32_t>(reinterpret_cast<uintptr_t>(pointer));
-}
-
 struct TileResult {
     float left, top;
     float range, deviation, differenceDeviation;
