@@ -30,14 +30,26 @@ using LiteralTileAlign = TileAlign;
 using BoundsTileAlign = TileAlign;
 using FailuresTileAlign = TileAlign;
 
-// Soft spots all over the field, moved by a shift.
-int32_t plate(double dx, double dy, int32_t cols = 240, int32_t rows = 220, int32_t type = PIX_BYTE)
+// Soft rectangles all over the field, moved by a shift.
+int32_t plate(double dx, double dy, int32_t cols = 240, int32_t rows = 220)
 {
-    return image(cols, rows, type, [=](int32_t x, int32_t y) {
-        const double u = x - dx, v = y - dy;
-        const double waves = std::sin(u * 0.31) * std::sin(v * 0.27) + 0.7 * std::sin(u * 0.083 + v * 0.051) +
-                             0.5 * std::sin(v * 0.117 - u * 0.049);
-        return std::floor(120 + 50 * waves);
+    const auto step = [](double d) { return 1.0 / (1.0 + std::exp(-1.3 * d)); };
+    std::mt19937 random(11);
+    std::vector<double> values(static_cast<std::size_t>(cols * rows), 40.0);
+    for (int32_t i = 0; i < 45; ++i) {
+        const double left = random() % 260 - 20.0 + dx, top = random() % 240 - 20.0 + dy;
+        const double right = left + 6 + random() % 30, bottom = top + 6 + random() % 30;
+        std::vector<double> across;
+        for (int32_t x = 0; x < cols; ++x)
+            across.push_back(45 * step(x - left) * step(right - x));
+        for (int32_t y = 0; y < rows; ++y) {
+            const double down = step(y - top) * step(bottom - y);
+            for (int32_t x = 0; x < cols; ++x)
+                values[static_cast<std::size_t>(y * cols + x)] += down * across[static_cast<std::size_t>(x)];
+        }
+    }
+    return byteImage(cols, rows, [&](int32_t x, int32_t y) {
+        return std::min(std::floor(values[static_cast<std::size_t>(y * cols + x)]), 250.0);
     });
 }
 
@@ -183,9 +195,12 @@ TEST_F(FailuresTileAlign, AutoAlignOfWhatCannotBeAligned)
     EXPECT_EQ("AutoAlign BoxSize must be >=10: imSrc=" + std::to_string(im) + " imRef=" + std::to_string(im) +
                   " Boxsize=8. ROI=20 20; 90 90",
               errorText());
-    // Texture everywhere, but nothing alike in the other image.
+    // Texture, but nothing alike in the other image; and texture without contrast in one direction.
     I_SetROIType(0);
-    EXPECT_EQ(-100, I_AutoAlign(im, flat, 0, 75, 80, &at, &dx, &dy));
+    EXPECT_EQ(0, I_AutoAlign(im, flat, 0, 75, 80, &at, &dx, &dy));
+    const int32_t stripes = byteImage(240, 220, [](int32_t x, int32_t) { return x % 20 < 9 ? 200 : 50; });
+    dx = 7;
+    EXPECT_EQ(-100, I_AutoAlign(stripes, stripes, 0, 75, 80, &at, &dx, &dy));
     EXPECT_EQ(0.0F, dx);
 }
 
