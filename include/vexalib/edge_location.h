@@ -10,7 +10,7 @@
 ///     if (I_GetProfileType(10, 20, 109, 20, 1, line, 100, im, PIX_FLOAT) == 100)
 ///         printf("the edge is at %.2f\n", 10 + I_FindEdgeType(line, 100, 0, 1, 127.5F, PIX_FLOAT));
 ///
-/// None of these sets an error of its own; where one reads an image, an image that is not open leaves the
+/// None of these but the last sets an error of its own; where one reads an image, an image that is not open leaves the
 /// error of the block calls, 20 or 24.
 #ifndef VEXALIB_EDGE_LOCATION_H
 #define VEXALIB_EDGE_LOCATION_H
@@ -74,5 +74,24 @@ VEXA_API int32_t I_FindEdge(int32_t x, int32_t y, int32_t dx, int32_t dy, int32_
 /// @return the width in samples; 0.0 for n below 5; -1.0 without a crossing, and -2.0 where that is doubled, as
 ///         on a constant profile
 VEXA_API float I_GetFWHM(const float *data, int32_t n, float fraction);
+
+/// Takes off each row of an image the offset that a dark band of columns at its left shows.
+///
+/// 1. On row 8, where there is one, the band ends at the first column i from 1 on for which the pixel at i + 2 exceeds
+///    that at 0 by more than 2.
+/// 2. The mean of each row over the band. Where one exceeds 30, or the band has fewer than 2 columns, nothing happens.
+/// 3. The means from row 4 on are smoothed by I_SmoothArrayFloat with a width of 23.
+/// 4. From each row y from 4 on, with a = trunc(mean + 0.125) and f = trunc((mean - a) * 4), the low byte of a - 2 is
+///    subtracted, plus 1 in columns of the parity of y where f is not 0 and f | y is odd, plus 1 in columns of the
+///    parity of 1 - (y / 2) % 2 where f is above 1. So quarters of a grey level are spread over columns and rows, and 2
+///    grey levels of the offset stay. Pixels wrap.
+///
+/// Pixels of one byte are worked on as PIX_BYTE. All others are read as PIX_WORD, taken as unsigned; the words that
+/// come out are written as PIX_BYTE, so that the image receives the bytes of the first half of them as its pixels.
+///
+/// @param columns width of the band, limited to the image's
+///
+/// An image of fewer than 5 rows stays as it is. Error 2 with the tag "I_SubtractRowAverage" without memory.
+VEXA_API void I_SubtractRowAverage(int32_t im, int32_t columns);
 
 #endif

@@ -259,4 +259,111 @@ TEST_F(LiteralEdgeLocation, GetFWHM)
     EXPECT_EQ(0.0F, I_GetFWHM(nullptr, 6, 0.5F));
 }
 
+// A band of columns of one value per row at the left of a brighter picture.
+double banded(int32_t x, int32_t y, double offset)
+{
+    return x < 12 ? offset : 60 + (x * 7 + y * 3) % 100;
+}
+
+TEST_F(LiteralEdgeLocation, SubtractRowAverageOfAnEvenBand)
+{
+    const int32_t im = byteImage(30, 40, [](int32_t x, int32_t y) { return banded(x, y, 10); });
+    I_SubtractRowAverage(im, 8);
+    for (int32_t y = 0; y < 40; ++y)
+        for (int32_t x = 0; x < 30; ++x)
+            ASSERT_EQ(banded(x, y, 10) - (y < 4 ? 0 : 8), pixel(im, x, y)) << x << ", " << y;
+}
+
+TEST_F(LiteralEdgeLocation, SubtractRowAverageSpreadsQuarters)
+{
+    // 10 and 11 in turn: a mean of 10.5, so a is 10 and f is 2.
+    const int32_t im =
+        byteImage(30, 40, [](int32_t x, int32_t y) { return x < 12 ? 10 + x % 2 : banded(x, y, 0); });
+    const std::vector<uint8_t> before = bytesOf(im);
+    I_SubtractRowAverage(im, 8);
+    for (int32_t y = 4; y < 40; ++y)
+        for (int32_t x = 0; x < 30; ++x) {
+            const int32_t odd = y % 2 != 0 && x % 2 == 1 ? 1 : 0; // f | y is odd on odd rows
+            const int32_t pair = x % 2 == 1 - (y / 2) % 2 ? 1 : 0;
+            ASSERT_EQ(before[static_cast<std::size_t>(30 * y + x)] - 8 - odd - pair, pixel(im, x, y))
+                << x << ", " << y;
+        }
+}
+
+TEST_F(LiteralEdgeLocation, SubtractRowAverageOfADarkBandWraps)
+{
+    const int32_t im = byteImage(20, 10, [](int32_t, int32_t) { return 0; });
+    I_SubtractRowAverage(im, 8);
+    EXPECT_EQ(0, pixel(im, 3, 3));
+    EXPECT_EQ(2, pixel(im, 3, 4)) << "0 - (0 - 2)";
+}
+
+TEST_F(LiteralEdgeLocation, SubtractRowAverageNarrowsTheBandOnRow8)
+{
+    // The picture begins at column 6: the band ends at 4, two columns in front of it. With all 12 columns the mean would
+    // exceed 30.
+    const int32_t im = byteImage(30, 40, [](int32_t x, int32_t) { return x < 6 ? 12 : 100; });
+    I_SubtractRowAverage(im, 12);
+    EXPECT_EQ(2, pixel(im, 0, 10));
+    EXPECT_EQ(90, pixel(im, 20, 10));
+    // With 8 rows there is no row 8 to look at.
+    const int32_t low = byteImage(30, 8, [](int32_t x, int32_t) { return x < 6 ? 12 : 100; });
+    const std::vector<uint8_t> before = bytesOf(low);
+    I_SubtractRowAverage(low, 12);
+    EXPECT_EQ(before, bytesOf(low));
+    I_SubtractRowAverage(low, 6);
+    EXPECT_EQ(2, pixel(low, 0, 5));
+}
+
+TEST_F(LiteralEdgeLocation, SubtractRowAverageDeclines)
+{
+    const int32_t bright = byteImage(30, 40, [](int32_t x, int32_t y) { return x < 12 && y != 0 ? 10 : 31; });
+    const int32_t low = byteImage(30, 4, [](int32_t, int32_t) { return 10; });
+    const int32_t lowWords = wordImage(30, 4, [](int32_t, int32_t) { return 10; });
+    const int32_t dark = byteImage(30, 40, [](int32_t, int32_t) { return 10; });
+    for (const int32_t im : {bright, low, lowWords}) {
+        const std::vector<uint8_t> before = bytesOf(im);
+        I_SubtractRowAverage(im, 8);
+        EXPECT_EQ(before, bytesOf(im));
+    }
+    const std::vector<uint8_t> before = bytesOf(dark);
+    for (const int32_t columns : {kLowest, -1, 0, 1})
+        I_SubtractRowAverage(dark, columns);
+    EXPECT_EQ(before, bytesOf(dark));
+    EXPECT_EQ(0, I_GetError(nullptr, 0));
+    I_SubtractRowAverage(-250, 8);
+    EXPECT_EQ(20, I_GetError(nullptr, 0));
+    for (const int32_t cols : {1, 2, 3})
+        for (const int32_t rows : {9, 10})
+            I_SubtractRowAverage(byteImage(cols, rows), kHighest);
+}
+
+TEST_F(LiteralEdgeLocation, SubtractRowAverageWritesTheBytesOfWords)
+{
+    const int32_t im = wordImage(20, 12, [](int32_t x, int32_t) { return x < 10 ? 10 : 1000; });
+    I_SubtractRowAverage(im, 8);
+    // Words 10 and 1000, from row 4 on 2 and 992, read as bytes: row 2 of the image is row 1 of the words.
+    for (int32_t x = 0; x < 20; ++x) {
+        EXPECT_EQ(x % 2 == 0 ? 10 : 0, pixel(im, x, 2));
+        EXPECT_EQ(x % 2 == 0 ? 1000 % 256 : 1000 / 256, pixel(im, x, 3));
+        EXPECT_EQ(x % 2 == 0 ? 2 : 0, pixel(im, x, 8));
+        EXPECT_EQ(x % 2 == 0 ? 992 % 256 : 992 / 256, pixel(im, x, 9));
+    }
+}
+
+TEST_F(FailuresEdgeLocation, SubtractRowAverageWithoutMemory)
+{
+    const int32_t im = byteImage(30, 40, [](int32_t, int32_t) { return 2; });
+    const std::vector<uint8_t> before = bytesOf(im);
+    forEachFailingAllocation(
+        [&] {
+            I_SubtractRowAverage(im, 8);
+            return 0;
+        },
+        [&](int64_t) {
+            EXPECT_EQ(before, bytesOf(im));
+            EXPECT_EQ(2, I_GetError(nullptr, 0));
+        });
+}
+
 } // namespace

@@ -83,6 +83,7 @@ std::vector<SweptFunction> sweptProfiles()
         swept("xI_GetWindowProfiles", xI_GetWindowProfiles, XY, XY, length, length, IM, OUT, OUT),
         swept("I_FindEdgeType", I_FindEdgeType, OUT, length, XY, XY, REAL, TYPE),
         swept("I_FindEdge", I_FindEdge, XY, XY, XY, XY, MODE, MODE, SIZE, OUT, OUT, XY, IM),
+        swept("I_SubtractRowAverage", I_SubtractRowAverage, IM, SIZE),
         swept("I_GetFWHM", I_GetFWHM, OUT, length, REAL),
         swept("I_GetEdges", I_GetEdges, OUT, length, XY, REAL, REAL, OUT, OUT, OUT),
         swept("I_GetEdges5", I_GetEdges5, OUT, length, XY, REAL, OUT),
