@@ -5,6 +5,7 @@
 #include "core/display_state.h"
 #include "geometry/sampler.h"
 #include "support/instruction_set.h"
+#include "tests/geometry/raw_pixels.h"
 #include "tests/support/test_failures.h"
 #include "tests/support/test_images.h"
 
@@ -14,27 +15,6 @@ namespace
 {
 
 constexpr double kPi = 3.14159265358979323846;
-
-// The pixels of an image as they are stored.
-struct Raw {
-    int32_t cols = 0;
-    int32_t rows = 0;
-    int32_t bytes = 0;
-    std::vector<uint8_t> data;
-
-    explicit Raw(int32_t im) : data(bytesOf(im)) { I_ImGetSize(&cols, &rows, &bytes, im); }
-    const uint8_t* at(int64_t x, int64_t y) const
-    {
-        return data.data() + static_cast<std::size_t>((y * cols + x) * bytes);
-    }
-    uint8_t* at(int64_t x, int64_t y) { return const_cast<uint8_t*>(std::as_const(*this).at(x, y)); }
-    float real(int64_t x, int64_t y) const
-    {
-        float value;
-        std::memcpy(&value, at(x, y), sizeof value);
-        return value;
-    }
-};
 
 int32_t wrapped(int64_t x)
 {
@@ -113,24 +93,6 @@ std::vector<float> turnMatrix(double degrees, double dx = 0, double dy = 0, doub
             static_cast<float>(std::sin(r) / sx),
             static_cast<float>(std::cos(r) / sy),
             static_cast<float>(-dy)};
-}
-
-int32_t noise(int32_t cols, int32_t rows, int32_t type, uint32_t seed)
-{
-    std::mt19937 random(seed);
-    const int32_t im = image(cols, rows, type);
-    for (int32_t y = 0; y < rows; ++y) {
-        std::vector<uint8_t> row(static_cast<std::size_t>(cols * I_ImTypeBytes(type)));
-        for (uint8_t& byte : row)
-            byte = static_cast<uint8_t>(random());
-        if (type == PIX_FLOAT)
-            for (int32_t x = 0; x < cols; ++x) {
-                const float value = static_cast<float>(random() % 100000) / 7.0F - 5000.0F;
-                std::memcpy(row.data() + 4 * x, &value, sizeof value);
-            }
-        std::memcpy(I_ImGetPtr(0, y, nullptr, nullptr, im), row.data(), row.size());
-    }
-    return im;
 }
 
 class Rotate : public testing::TestWithParam<vexa::InstructionSet>
