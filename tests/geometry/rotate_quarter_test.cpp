@@ -130,11 +130,11 @@ protected:
         const Raw expected = PlainTurn(Raw(src), Raw(dest), code, box).run(stored);
         ASSERT_EQ(1, I_Rotate90(src, dest, code)) << code;
         const Raw found(dest);
-        for (int32_t y = 0; y < found.rows; ++y)
-            for (int32_t x = 0; x < found.cols; ++x)
-                ASSERT_EQ(
-                    0, std::memcmp(expected.at(x, y), found.at(x, y), static_cast<std::size_t>(found.bytes)))
-                    << "code " << code << " at " << x << ", " << y;
+        const auto differs =
+            std::mismatch(expected.data.begin(), expected.data.end(), found.data.begin()).first;
+        const auto at = (differs - expected.data.begin()) / found.bytes;
+        ASSERT_EQ(expected.data.end(), differs)
+            << "code " << code << " at " << at % found.cols << ", " << at / found.cols;
     }
 };
 INSTANTIATE_TEST_SUITE_P(EverySet, Quarter, testing::ValuesIn(vexa::availableInstructionSets()));
@@ -146,17 +146,18 @@ TEST_P(Quarter, LiteralEveryCodeMovesEachPixelAsTold)
                                 {64, 64}, {100, 77}, {300, 260}, {600, 300}};
     for (const auto& [W, H] : sizes)
         for (int32_t code = 1; code < 7; ++code) {
-            const int32_t src = noiseImage(W, H, 3);
+            const int32_t src = noise(W, H, PIX_BYTE, 3);
             const int32_t dest = code < 4 ? byteImage(H, W) : byteImage(W, H);
             ASSERT_EQ(1, I_Rotate90(src, dest, code));
             const Raw from(src);
             const Raw to(dest);
+            Raw expected(dest);
             for (int32_t y = 0; y < to.rows; ++y)
                 for (int32_t x = 0; x < to.cols; ++x) {
                     const Place place = sourceOf(code, x, y, W, H);
-                    ASSERT_EQ(*from.at(place.x, place.y), *to.at(x, y))
-                        << W << " x " << H << ", code " << code << " at " << x << ", " << y;
+                    *expected.at(x, y) = *from.at(place.x, place.y);
                 }
+            ASSERT_TRUE(expected.data == to.data) << W << " x " << H << ", code " << code;
             closeImages({src, dest});
         }
 }
@@ -164,7 +165,7 @@ TEST_P(Quarter, LiteralEveryCodeMovesEachPixelAsTold)
 TEST_P(Quarter, LiteralDiagonalMirrorOfASquareBelowTheTileIsExact)
 {
     for (const int32_t n : {2, 15, 16, 17, 63, 64, 100, 255}) {
-        const int32_t src = noiseImage(n, n, 4);
+        const int32_t src = noise(n, n, PIX_BYTE, 4);
         const int32_t dest = byteImage(n, n);
         EXPECT_EQ(1, I_DiagMirror(src, dest));
         for (int32_t y = 0; y < n; ++y)
@@ -181,9 +182,9 @@ TEST_P(Quarter, AgainstReferenceSizesAroundTheTile)
                                 {511, 510}, {700, 130}, {130, 700}};
     for (const auto& [W, H] : sizes)
         for (int32_t code = 1; code <= 7; ++code) {
-            const int32_t src = noiseImage(W, H, 5);
-            const int32_t same = noiseImage(W, H, 6);
-            const int32_t exchanged = noiseImage(H, W, 7);
+            const int32_t src = noise(W, H, PIX_BYTE, 5);
+            const int32_t same = noise(W, H, PIX_BYTE, 6);
+            const int32_t exchanged = noise(H, W, PIX_BYTE, 7);
             check(src, same, code, whole(same));
             check(src, exchanged, code, whole(exchanged));
             closeImages({src, same, exchanged});
@@ -192,7 +193,7 @@ TEST_P(Quarter, AgainstReferenceSizesAroundTheTile)
 
 TEST_P(Quarter, LiteralARemainderOfOneRowOrColumnIsLeftAlone)
 {
-    const int32_t src = noiseImage(256, 256, 8);
+    const int32_t src = noise(256, 256, PIX_BYTE, 8);
     const int32_t dest = byteImage(256, 256, [](int32_t, int32_t) { return 99; });
     EXPECT_EQ(1, I_Rotate90(src, dest, 180));
     for (int32_t i = 0; i < 256; ++i) {
@@ -225,8 +226,8 @@ TEST_P(Quarter, AgainstReferenceWindowsAndImagesOfOtherSizes)
         {3, 5, 50, 40}, {0, 0, 299, 1}, {100, 20, 100, 90}, {60, 61, 320, 280}, {10, 0, 11, 299}};
     for (const VexaBox& box : boxes)
         for (int32_t code = 1; code <= 7; ++code) {
-            const int32_t src = noiseImage(310, 290, 11);
-            const int32_t dest = noiseImage(330, 300, 12);
+            const int32_t src = noise(310, 290, PIX_BYTE, 11);
+            const int32_t dest = noise(330, 300, PIX_BYTE, 12);
             I_SetWindowROI(box.left, box.top, box.right, box.bottom);
             check(src, dest, code, box);
             closeImages({src, dest});
@@ -235,7 +236,7 @@ TEST_P(Quarter, AgainstReferenceWindowsAndImagesOfOtherSizes)
 
 TEST_P(Quarter, LiteralAPolygonKeepsItsRunsAndAScanListItsBox)
 {
-    const int32_t src = noiseImage(90, 80, 13);
+    const int32_t src = noise(90, 80, PIX_BYTE, 13);
     const VexaPoint triangle[] = {{10, 5}, {70, 30}, {20, 75}};
     ASSERT_EQ(1, I_SetPolygonROI(triangle, 3));
     int32_t count = 0;
@@ -248,12 +249,12 @@ TEST_P(Quarter, LiteralAPolygonKeepsItsRunsAndAScanListItsBox)
         return false;
     };
     for (int32_t code = 1; code <= 7; ++code) {
-        const int32_t dest = noiseImage(90, 80, 14);
+        const int32_t dest = noise(90, 80, PIX_BYTE, 14);
         I_SetPolygonROI(triangle, 3);
         VexaBox box;
         I_ROIBoundingBox(&box.left, &box.top, &box.right, &box.bottom, dest);
         check(src, dest, code, box, inside);
-        const int32_t listed = noiseImage(90, 80, 14);
+        const int32_t listed = noise(90, 80, PIX_BYTE, 14);
         const VexaPoint points[] = {{10, 5}, {12, 5}, {50, 40}, {69, 40}};
         ASSERT_EQ(1, I_SetScanlistROI(points, 4));
         check(src, listed, code, {10, 5, 69, 40});
@@ -267,7 +268,7 @@ TEST_P(Quarter, LiteralInPlace)
     const int32_t sizes[][2] = {{5, 4}, {30, 30}, {300, 70}, {640, 300}};
     for (const auto& [W, H] : sizes)
         for (int32_t code = 1; code <= 7; ++code) {
-            const int32_t im = noiseImage(W, H, 15);
+            const int32_t im = noise(W, H, PIX_BYTE, 15);
             check(im, im, code, whole(im));
             closeImages({im});
         }
@@ -285,7 +286,7 @@ TEST_P(Quarter, LiteralInPlace)
 
 TEST(QuarterLiteral, FourQuarterTurnsAreTheIdentity)
 {
-    const int32_t im = noiseImage(83, 61, 16);
+    const int32_t im = noise(83, 61, PIX_BYTE, 16);
     for (const int32_t iRot : {90, 270}) {
         int32_t turned = I_CloneImage(im, 0, 1);
         for (int32_t turn = 0; turn < 4; ++turn)
@@ -298,7 +299,7 @@ TEST(QuarterLiteral, FourQuarterTurnsAreTheIdentity)
 
 TEST(QuarterLiteral, EveryNumberOfATurn)
 {
-    const int32_t src = noiseImage(9, 9, 17);
+    const int32_t src = noise(9, 9, PIX_BYTE, 17);
     const int32_t groups[8][3] = {{0, 360, -360}, {1, 1, 1},  {2, 90, -270}, {3, 270, -90},
                                   {4, 180, -180}, {5, -1, 5}, {6, -2, 6},    {7, -3, 7}};
     for (int32_t code = 0; code < 8; ++code)
@@ -330,7 +331,7 @@ TEST(QuarterLiteral, TheFirstRowOfACounterClockwiseTurnIsTheLastColumn)
 
 TEST(QuarterLiteral, InvertedImagesOfOneTileTurnAsThePicture)
 {
-    const int32_t upright = noiseImage(40, 40, 18);
+    const int32_t upright = noise(40, 40, PIX_BYTE, 18);
     const int32_t inverted = I_CloneImage(upright, 0, 1);
     ASSERT_EQ(1, I_ImInvertRows(inverted));
     for (int32_t code = 1; code < 7; ++code) {
@@ -373,7 +374,7 @@ TEST(QuarterLiteral, ColoursOfDifferentTypesGoBandByBand)
 
 TEST(QuarterFailures, BadCodesAndImages)
 {
-    const int32_t im = noiseImage(20, 10, 22);
+    const int32_t im = noise(20, 10, PIX_BYTE, 22);
     clearError();
     EXPECT_EQ(0, I_Rotate90(im, im, 45));
     EXPECT_EQ(12, I_GetError(nullptr, 0));
@@ -389,8 +390,8 @@ TEST(QuarterFailures, BadCodesAndImages)
 
 TEST(QuarterFailures, Allocations)
 {
-    const int32_t im = noiseImage(20, 10, 23);
-    const int32_t dest = noiseImage(20, 10, 24);
+    const int32_t im = noise(20, 10, PIX_BYTE, 23);
+    const int32_t dest = noise(20, 10, PIX_BYTE, 24);
     for (const int32_t code : {5, 6})
         forEachFailingAllocation([&] { return I_Rotate90(im, code == 5 ? im : dest, code); },
                                  [&](int64_t result) {
@@ -409,7 +410,7 @@ TEST(QuarterFailures, Allocations)
 
 TEST(Rotate90Ex, LiteralWhichImageItIs)
 {
-    const int32_t im = noiseImage(20, 10, 25);
+    const int32_t im = noise(20, 10, PIX_BYTE, 25);
     I_ImSetComment("plate", im);
     EXPECT_EQ(im, I_Rotate90Ex(im, 0, 1));
     const int32_t copy = I_Rotate90Ex(im, 0, 0);
@@ -440,7 +441,7 @@ TEST(Rotate90Ex, LiteralWhichImageItIs)
 
 TEST(Rotate90Ex, LiteralNumbersBetweenTheTurns)
 {
-    const int32_t im = noiseImage(20, 10, 26);
+    const int32_t im = noise(20, 10, PIX_BYTE, 26);
     // An error on a clone.
     for (const int32_t iRot : {45, -100, 359}) {
         clearError();
@@ -466,7 +467,7 @@ TEST(Rotate90Ex, LiteralNumbersBetweenTheTurns)
 
 TEST(Rotate90Ex, FailuresLeaveTheSourceOpen)
 {
-    const int32_t im = noiseImage(20, 10, 27);
+    const int32_t im = noise(20, 10, PIX_BYTE, 27);
     const int32_t before = I_ImCount();
     Messages messages;
     forEachFailingAllocation(
@@ -525,8 +526,8 @@ TEST(VertMirror, LiteralRegions)
                                          {0, 6}, {3, 6}, {40, 6},  {70, 6}, {1, 7}, {2, 7},
                                          {8, 8}, {9, 8}, {-5, 12}, {20, 12}};
     for (const bool inPlace : {false, true}) {
-        const int32_t src = noiseImage(60, 60, 32);
-        const int32_t dest = inPlace ? src : noiseImage(60, 60, 33);
+        const int32_t src = noise(60, 60, PIX_BYTE, 32);
+        const int32_t dest = inPlace ? src : noise(60, 60, PIX_BYTE, 33);
         I_SetWindowROI(5, 7, 30, 40);
         checkVertical(src, dest, runsOf(dest), {5, 7, 30, 40});
         ASSERT_EQ(1, I_SetPolygonROI(ring, 5));
