@@ -1,11 +1,10 @@
 // The header of a TIFF as it is read: any order of bytes, any set of tags.
 #include <algorithm>
-#include <cstring>
-#include <limits>
+#include <bit>
 
-#include "core/error.h"
 #include "fileio/stream.h"
 #include "fileio/tiff_parts.h"
+#include "vexalib/calibration.h"
 #include "vexalib/status.h"
 
 namespace vexa
@@ -101,11 +100,13 @@ bool HeaderReader::readOrder()
     return true;
 }
 
-// A value of two bytes stands in the first two of the four.
+// Words that fit stand in the entry itself, the first of them in front.
 Entry HeaderReader::entryOf(const uint8_t* bytes) const
 {
     const uint32_t type = word(bytes + 2);
-    return {word(bytes), type, longWord(bytes + 4), type == kShort ? word(bytes + 8) : longWord(bytes + 8)};
+    const uint32_t count = longWord(bytes + 4);
+    const bool wordInside = type == kShort && count <= 2;
+    return {word(bytes), type, count, wordInside ? word(bytes + 8) : longWord(bytes + 8)};
 }
 
 // The first of the values of an entry, two bytes of type 3, four of all others; -1 where the file ends before it.
@@ -137,6 +138,18 @@ bool HeaderReader::readPalette(int64_t position)
         for (int64_t i = 0; tables[table] && i < kTableEntries; ++i)
             tables[table][i] = static_cast<uint8_t>(word(words + 2 * (table * kTableEntries + i)) >> 8);
     tiffState().hasPalette = 1;
+    return true;
+}
+
+// 256 floats in place of the table's first 256; all of them or none.
+bool HeaderReader::readCalibration(int64_t position)
+{
+    uint8_t words[4 * kTableEntries];
+    if (!readAt(position, words, sizeof words))
+        return behindTheEnd();
+    float* const table = geticaltable();
+    for (int64_t i = 0; table && i < kTableEntries; ++i)
+        table[i] = std::bit_cast<float>(longWord(words + 4 * i));
     return true;
 }
 
@@ -177,6 +190,8 @@ bool HeaderReader::apply(const Entry& entry)
                I_SetError(37, "Planar configuration %d not supported", static_cast<int32_t>(entry.value));
     case 320:
         return !palette_ || readPalette(entry.value);
+    case 36000:
+        return readCalibration(entry.value);
     default:
         return true;
     }

@@ -95,8 +95,8 @@ void TiffRowSource::fetch(int32_t row, uint8_t* samples)
         std::memset(samples, 0, bytes);
     if (y < 0)
         return;
-    if (!rgb_)
-        I_GetBlockType(x_, y, cols_, 1, samples, im_, PIX_BYTE);
+    if (!rgb_) // a palette's indices go as they are
+        I_GetBlockType(x_, y, cols_, 1, samples, im_, image_.type == PIX_PALETTE ? PIX_PALETTE : PIX_BYTE);
     else if (!line_)
         I_GetBlockType(x_, y, cols_, 1, samples, im_, PIX_RGB24);
     else if (bands_)

@@ -37,8 +37,8 @@ void* makeBuffer(int64_t rowBytes, int64_t rows)
 const uint8_t* packedRows(const ImageRecord& image, int32_t x, int32_t y, int32_t cols, int32_t rows)
 {
     const bool asInFile = !tiffState().writeRGB && directPixels(image) && !image.ops && !image.inverted &&
-                          image.type == PIX_BYTE && image.stride == cols && image.cols == cols && x == 0 &&
-                          y >= 0 && int64_t{y} + rows <= image.rows;
+                          (image.type == PIX_BYTE || image.type == PIX_PALETTE) && image.stride == cols &&
+                          image.cols == cols && x == 0 && y >= 0 && int64_t{y} + rows <= image.rows;
     return asInFile ? static_cast<const uint8_t*>(image.data) + int64_t{y} * image.stride : nullptr;
 }
 

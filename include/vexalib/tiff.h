@@ -179,7 +179,7 @@ VEXA_API FILE *I_ReadStdTiffHeader(const char *name, int32_t *width, int32_t *he
 ///     mode      image        row
 ///     writeRGB  three bands  red, green, blue of each pixel
 ///     writeRGB  one band     the display palette's red, green, blue of each byte
-///     else      any          bytes
+///     else      any          bytes; of PIX_PALETTE the indices
 ///
 /// What of the window lies outside the image is written as zeros.
 ///
