@@ -15,10 +15,20 @@
 namespace vexa
 {
 
+// Columns whose 16-bit sums stay in the first-level cache, and rows that such a sum can hold.
+constexpr int32_t kStripCols = 2048;
+constexpr int32_t kBandRows = 256;
+
+struct ColumnSums {
+    uint16_t even[kStripCols / 2];
+    uint16_t odd[kStripCols / 2];
+};
+
+// Adds one or four rows of n bytes to the sums of their columns, and each row's sum to its own.
 struct WindowSumRows {
-    uint32_t (*sumBytes)(const uint8_t* bytes, int32_t n);
-    void (*addFourRows)(const uint8_t* const* rows, int32_t n, uint16_t* sums);
-    void (*addRow)(const uint8_t* row, int32_t n, uint16_t* sums);
+    using Add = void (*)(const uint8_t* const* rows, int32_t n, ColumnSums& columns, uint32_t* rowSums);
+    Add one;
+    Add four;
 };
 
 } // namespace vexa
@@ -31,10 +41,6 @@ namespace vexa
 namespace
 {
 
-// Columns whose 16-bit sums stay in the first-level cache, and rows that such a sum can hold.
-constexpr int32_t kStripCols = 2048;
-constexpr int32_t kBandRows = 256;
-
 struct Sums {
     uint32_t* columns;
     uint32_t* rows;
@@ -43,19 +49,17 @@ struct Sums {
 void addStrip(const uint8_t* const* rows, int32_t cols, int32_t rowCount, Sums sums)
 {
     const WindowSumRows& add = VEXA_ROWS(kWindowSums);
-    uint16_t columns[kStripCols] = {};
-    for (int32_t y = 0; y < rowCount;) {
-        const int32_t together = rowCount - y >= 4 ? 4 : 1;
-        if (sums.columns && together == 4)
-            add.addFourRows(rows + y, cols, columns);
-        else if (sums.columns)
-            add.addRow(rows[y], cols, columns);
-        for (const int32_t end = y + together; y < end; ++y)
-            if (sums.rows)
-                sums.rows[y] += add.sumBytes(rows[y], cols);
-    }
+    ColumnSums columns = {};
+    uint32_t rowSums[kBandRows] = {};
+    int32_t y = 0;
+    for (; y + 4 <= rowCount; y += 4)
+        add.four(rows + y, cols, columns, rowSums + y);
+    for (; y < rowCount; ++y)
+        add.one(rows + y, cols, columns, rowSums + y);
     for (int32_t x = 0; sums.columns && x < cols; ++x)
-        sums.columns[x] += columns[x];
+        sums.columns[x] += (x % 2 == 0 ? columns.even : columns.odd)[x / 2];
+    for (y = 0; sums.rows && y < rowCount; ++y)
+        sums.rows[y] += rowSums[y];
 }
 
 // Adds a block, given by its rows and the first column in them.
