@@ -102,9 +102,11 @@ int32_t convolveIntegers(const Run& run, const GivenKernel& kernel, int32_t type
 {
     const int32_t highest = type == PIX_BYTE ? 255 : 65535;
     const auto row = VEXA_ROWS(kIntegerRows).choose(type);
+    int32_t columns = 0;
+    I_GetMinSize2(&columns, nullptr, nullptr, nullptr, run.imSrc, run.imDest);
     vexa::IntegerKernel prepared = {};
     if (!vexa::prepareKernel(prepared, kernel.weights, kernel.width, kernel.height, kernel.divisor, highest,
-                             VEXA_ROWS(kSumForms)))
+                             columns, VEXA_ROWS(kSumForms)))
         return 0;
     return run(row.function, type, &prepared);
 }

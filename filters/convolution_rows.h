@@ -41,217 +41,147 @@ template <typename Pixel>
     }
 }
 
-#if VEXA_LEVEL >= 2
+#if VEXA_HAS_X86_SETS
 
+// What the set's vectors do, each name the same for all sets.
 #if VEXA_LEVEL >= 3
-struct Bytes {
+struct Set {
     using Vector = __m512i;
     static Vector load(const void* from) { return _mm512_loadu_si512(from); }
     static void store(void* to, Vector v) { _mm512_store_si512(to, v); }
     static Vector zero() { return _mm512_setzero_si512(); }
-    static Vector spread(int32_t weights) { return _mm512_set1_epi32(weights); }
-    static Vector add(Vector a, Vector b) { return _mm512_add_epi16(a, b); }
-    static Vector pairsLow(Vector a, Vector b) { return _mm512_unpacklo_epi8(a, b); }
-    static Vector pairsHigh(Vector a, Vector b) { return _mm512_unpackhi_epi8(a, b); }
-    static Vector multiplyAdd(Vector pixels, Vector weights) { return _mm512_maddubs_epi16(pixels, weights); }
-    // Sums of pixels 0 to 7 of each 128 bits, and of 8 to 15, in the order of the pixels.
-    static void storeInOrder(int16_t* to, Vector low, Vector high)
+    static Vector spread(int32_t x) { return _mm512_set1_epi32(x); }
+    static Vector spreadWord(int16_t x) { return _mm512_set1_epi16(x); }
+    static Vector add16(Vector a, Vector b) { return _mm512_add_epi16(a, b); }
+    static Vector add32(Vector a, Vector b) { return _mm512_add_epi32(a, b); }
+    static Vector subtract16(Vector a, Vector b) { return _mm512_sub_epi16(a, b); }
+    static Vector most16(Vector a, Vector b) { return _mm512_max_epi16(a, b); }
+    static Vector least8(Vector a, Vector b) { return _mm512_min_epu8(a, b); }
+    static Vector exclusiveOr(Vector a, Vector b) { return _mm512_xor_si512(a, b); }
+    static Vector highProduct16(Vector a, Vector b) { return _mm512_mulhi_epu16(a, b); }
+    static Vector shiftRight16(Vector a, __m128i by) { return _mm512_srl_epi16(a, by); }
+    static Vector signs16(Vector a) { return _mm512_srai_epi16(a, 15); }
+    static Vector pack16(Vector low, Vector high) { return _mm512_packus_epi16(low, high); }
+    static Vector joinLow8(Vector a, Vector b) { return _mm512_unpacklo_epi8(a, b); }
+    static Vector joinHigh8(Vector a, Vector b) { return _mm512_unpackhi_epi8(a, b); }
+    static Vector joinLow16(Vector a, Vector b) { return _mm512_unpacklo_epi16(a, b); }
+    static Vector joinHigh16(Vector a, Vector b) { return _mm512_unpackhi_epi16(a, b); }
+    static Vector byteProducts(Vector pixels, Vector weights)
     {
-        const Vector first = _mm512_setr_epi64(0, 1, 8, 9, 2, 3, 10, 11);
-        const Vector second = _mm512_setr_epi64(4, 5, 12, 13, 6, 7, 14, 15);
-        store(to, _mm512_permutex2var_epi64(low, first, high));
-        store(to + 32, _mm512_permutex2var_epi64(low, second, high));
+        return _mm512_maddubs_epi16(pixels, weights);
+    }
+    static Vector addBytes(Vector sum, Vector pixels, Vector weights)
+    {
+        return _mm512_dpbusd_epi32(sum, pixels, weights);
+    }
+    static Vector addWords(Vector sum, Vector pixels, Vector weights)
+    {
+        return _mm512_dpwssd_epi32(sum, pixels, weights);
+    }
+    // Words 0 to 7 of each 16 pixels, and 8 to 15, in the order of the pixels.
+    static void storeWords(int16_t* to, Vector low, Vector high)
+    {
+        store(to, _mm512_permutex2var_epi64(low, _mm512_setr_epi64(0, 1, 8, 9, 2, 3, 10, 11), high));
+        store(to + 32, _mm512_permutex2var_epi64(low, _mm512_setr_epi64(4, 5, 12, 13, 6, 7, 14, 15), high));
+    }
+    // Sums 0 to 3 of each 16 pixels, 4 to 7, ... in the order of the pixels.
+    static void storeSums(int32_t* to, const int32_t* from)
+    {
+        const Vector a = load(from);
+        const Vector b = load(from + 16);
+        const Vector c = load(from + 32);
+        const Vector d = load(from + 48);
+        const Vector abLow = _mm512_shuffle_i32x4(a, b, 0x44);
+        const Vector abHigh = _mm512_shuffle_i32x4(a, b, 0xEE);
+        const Vector cdLow = _mm512_shuffle_i32x4(c, d, 0x44);
+        const Vector cdHigh = _mm512_shuffle_i32x4(c, d, 0xEE);
+        store(to, _mm512_shuffle_i32x4(abLow, cdLow, 0x88));
+        store(to + 16, _mm512_shuffle_i32x4(abLow, cdLow, 0xDD));
+        store(to + 32, _mm512_shuffle_i32x4(abHigh, cdHigh, 0x88));
+        store(to + 48, _mm512_shuffle_i32x4(abHigh, cdHigh, 0xDD));
     }
 };
-#else
-struct Bytes {
+#elif VEXA_LEVEL >= 2
+struct Set {
     using Vector = __m256i;
     static Vector load(const void* from) { return _mm256_loadu_si256(static_cast<const Vector*>(from)); }
     static void store(void* to, Vector v) { _mm256_store_si256(static_cast<Vector*>(to), v); }
     static Vector zero() { return _mm256_setzero_si256(); }
-    static Vector spread(int32_t weights) { return _mm256_set1_epi32(weights); }
-    static Vector add(Vector a, Vector b) { return _mm256_add_epi16(a, b); }
-    static Vector pairsLow(Vector a, Vector b) { return _mm256_unpacklo_epi8(a, b); }
-    static Vector pairsHigh(Vector a, Vector b) { return _mm256_unpackhi_epi8(a, b); }
-    static Vector multiplyAdd(Vector pixels, Vector weights) { return _mm256_maddubs_epi16(pixels, weights); }
-    static void storeInOrder(int16_t* to, Vector low, Vector high)
+    static Vector spread(int32_t x) { return _mm256_set1_epi32(x); }
+    static Vector spreadWord(int16_t x) { return _mm256_set1_epi16(x); }
+    static Vector add16(Vector a, Vector b) { return _mm256_add_epi16(a, b); }
+    static Vector add32(Vector a, Vector b) { return _mm256_add_epi32(a, b); }
+    static Vector subtract16(Vector a, Vector b) { return _mm256_sub_epi16(a, b); }
+    static Vector most16(Vector a, Vector b) { return _mm256_max_epi16(a, b); }
+    static Vector least8(Vector a, Vector b) { return _mm256_min_epu8(a, b); }
+    static Vector exclusiveOr(Vector a, Vector b) { return _mm256_xor_si256(a, b); }
+    static Vector highProduct16(Vector a, Vector b) { return _mm256_mulhi_epu16(a, b); }
+    static Vector shiftRight16(Vector a, __m128i by) { return _mm256_srl_epi16(a, by); }
+    static Vector signs16(Vector a) { return _mm256_srai_epi16(a, 15); }
+    static Vector pack16(Vector low, Vector high) { return _mm256_packus_epi16(low, high); }
+    static Vector joinLow8(Vector a, Vector b) { return _mm256_unpacklo_epi8(a, b); }
+    static Vector joinHigh8(Vector a, Vector b) { return _mm256_unpackhi_epi8(a, b); }
+    static Vector joinLow16(Vector a, Vector b) { return _mm256_unpacklo_epi16(a, b); }
+    static Vector joinHigh16(Vector a, Vector b) { return _mm256_unpackhi_epi16(a, b); }
+    static Vector byteProducts(Vector pixels, Vector weights)
+    {
+        return _mm256_maddubs_epi16(pixels, weights);
+    }
+    static Vector addWords(Vector sum, Vector pixels, Vector weights)
+    {
+        return _mm256_add_epi32(sum, _mm256_madd_epi16(pixels, weights));
+    }
+    static void storeWords(int16_t* to, Vector low, Vector high)
     {
         store(to, _mm256_permute2x128_si256(low, high, 0x20));
         store(to + 16, _mm256_permute2x128_si256(low, high, 0x31));
     }
-};
-#endif
-
-// 16-bit sums of the narrow form; reads and sums up to 64 pixels more than n.
-[[gnu::noinline]] inline void sumNarrow(const IntegerKernel& kernel, const FrameLine& line, int32_t start,
-                                        int32_t n, int16_t* sums)
-{
-    using Vector = Bytes::Vector;
-    constexpr int32_t kStep = sizeof(Vector);
-    const uint8_t* first[kMostNarrowPairs];
-    const uint8_t* second[kMostNarrowPairs];
-    const auto pairs = static_cast<std::size_t>(kernel.narrowPairs);
-    for (std::size_t p = 0; p < pairs; ++p) {
-        const NarrowPair& pair = kernel.narrow[p];
-        first[p] = rowFrom<uint8_t>(line, pair.row[0], start) + pair.column[0];
-        second[p] = rowFrom<uint8_t>(line, pair.row[1], start) + pair.column[1];
-    }
-    for (int32_t i = 0; i < n; i += kStep) {
-        Vector low = Bytes::zero();
-        Vector high = Bytes::zero();
-        for (std::size_t p = 0; p < pairs; ++p) {
-            const Vector a = Bytes::load(first[p] + i);
-            const Vector b = Bytes::load(second[p] + i);
-            const Vector weights = Bytes::spread(kernel.narrow[p].weights);
-            low = Bytes::add(low, Bytes::multiplyAdd(Bytes::pairsLow(a, b), weights));
-            high = Bytes::add(high, Bytes::multiplyAdd(Bytes::pairsHigh(a, b), weights));
-        }
-        Bytes::storeInOrder(sums + i, low, high);
-    }
-}
-
-#endif
-
-#if VEXA_HAS_X86_SETS
-
-// Lanes of 32 bits that hold several rows' pixels of one column each.
-#if VEXA_LEVEL >= 3
-struct Lanes {
-    using Vector = __m512i;
-    static Vector load(const uint32_t* from) { return _mm512_loadu_si512(from); }
-    static void store(int32_t* to, Vector v) { _mm512_store_si512(to, v); }
-    static Vector zero() { return _mm512_setzero_si512(); }
-    static Vector spread(int32_t weights) { return _mm512_set1_epi32(weights); }
-    static Vector addProducts(Vector sum, Vector pixels, Vector weights)
+    static void storeSums(int32_t* to, const int32_t* from)
     {
-        return _mm512_dpbusd_epi32(sum, pixels, weights);
+        const Vector a = load(from);
+        const Vector b = load(from + 8);
+        const Vector c = load(from + 16);
+        const Vector d = load(from + 24);
+        store(to, _mm256_permute2x128_si256(a, b, 0x20));
+        store(to + 8, _mm256_permute2x128_si256(c, d, 0x20));
+        store(to + 16, _mm256_permute2x128_si256(a, b, 0x31));
+        store(to + 24, _mm256_permute2x128_si256(c, d, 0x31));
     }
-    static Vector join(Vector high, Vector low) { return _mm512_add_epi32(_mm512_slli_epi32(high, 8), low); }
-};
-#elif VEXA_LEVEL >= 2
-struct Lanes {
-    using Vector = __m256i;
-    static Vector load(const uint32_t* from)
-    {
-        return _mm256_loadu_si256(reinterpret_cast<const Vector*>(from));
-    }
-    static void store(int32_t* to, Vector v) { _mm256_store_si256(reinterpret_cast<Vector*>(to), v); }
-    static Vector zero() { return _mm256_setzero_si256(); }
-    static Vector spread(int32_t weights) { return _mm256_set1_epi32(weights); }
-    static Vector addProducts(Vector sum, Vector pixels, Vector weights)
-    {
-        return _mm256_add_epi32(sum, _mm256_madd_epi16(pixels, weights));
-    }
-    static Vector join(Vector high, Vector low) { return _mm256_add_epi32(_mm256_slli_epi32(high, 8), low); }
 };
 #else
-struct Lanes {
+struct Set {
     using Vector = __m128i;
-    static Vector load(const uint32_t* from)
-    {
-        return _mm_loadu_si128(reinterpret_cast<const Vector*>(from));
-    }
-    static void store(int32_t* to, Vector v) { _mm_store_si128(reinterpret_cast<Vector*>(to), v); }
+    static Vector load(const void* from) { return _mm_loadu_si128(static_cast<const Vector*>(from)); }
+    static void store(void* to, Vector v) { _mm_store_si128(static_cast<Vector*>(to), v); }
     static Vector zero() { return _mm_setzero_si128(); }
-    static Vector spread(int32_t weights) { return _mm_set1_epi32(weights); }
-    static Vector addProducts(Vector sum, Vector pixels, Vector weights)
+    static Vector spread(int32_t x) { return _mm_set1_epi32(x); }
+    static Vector add16(Vector a, Vector b) { return _mm_add_epi16(a, b); }
+    static Vector add32(Vector a, Vector b) { return _mm_add_epi32(a, b); }
+    static Vector joinLow8(Vector a, Vector b) { return _mm_unpacklo_epi8(a, b); }
+    static Vector joinHigh8(Vector a, Vector b) { return _mm_unpackhi_epi8(a, b); }
+    static Vector joinLow16(Vector a, Vector b) { return _mm_unpacklo_epi16(a, b); }
+    static Vector joinHigh16(Vector a, Vector b) { return _mm_unpackhi_epi16(a, b); }
+    static Vector addWords(Vector sum, Vector pixels, Vector weights)
     {
         return _mm_add_epi32(sum, _mm_madd_epi16(pixels, weights));
     }
-    static Vector join(Vector high, Vector low) { return _mm_add_epi32(_mm_slli_epi32(high, 8), low); }
+    static void storeSums(int32_t* to, const int32_t* from)
+    {
+        for (int32_t i = 0; i < 16; i += 4)
+            store(to + i, load(from + i));
+    }
 };
 #endif
 
-// Sums of `taps` lane by lane, 4 vectors at a time.
-template <bool Split>
-void sumLanes(const IntegerKernel& kernel, int32_t n, int32_t* sums)
-{
-    using Vector = Lanes::Vector;
-    constexpr int32_t kLanes = sizeof(Vector) / 4;
-    const GroupTap* const end = kernel.taps.data() + kernel.groupTaps;
-    for (int32_t i = 0; i < n; i += 4 * kLanes) {
-        const uint32_t* const strips = kernel.strips.data() + i;
-        Vector low[4] = {Lanes::zero(), Lanes::zero(), Lanes::zero(), Lanes::zero()};
-        [[maybe_unused]] Vector high[4] = {Lanes::zero(), Lanes::zero(), Lanes::zero(), Lanes::zero()};
-        for (const GroupTap* tap = kernel.taps.data(); tap != end; ++tap) {
-            const Vector weights = Lanes::spread(tap->low);
-            [[maybe_unused]] const Vector highWeights = Lanes::spread(tap->high);
-            for (int32_t v = 0; v < 4; ++v) {
-                const Vector pixels = Lanes::load(strips + tap->lane + v * kLanes);
-                low[v] = Lanes::addProducts(low[v], pixels, weights);
-                if constexpr (Split)
-                    high[v] = Lanes::addProducts(high[v], pixels, highWeights);
-            }
-        }
-        for (int32_t v = 0; v < 4; ++v) {
-            if constexpr (Split)
-                low[v] = Lanes::join(high[v], low[v]);
-            Lanes::store(sums + i + v * kLanes, low[v]);
-        }
-    }
-}
+// Outputs of a block: a vector of bytes, which becomes four vectors of 32-bit sums.
+inline constexpr int32_t kBlock = sizeof(Set::Vector);
+inline constexpr int32_t kBlockLanes = kBlock / 4;
 
-// The row of the image that a lane of the groups holds, and the one folded onto it.
-inline const uint8_t* laneRow(const IntegerKernel& kernel, const FrameLine& line, int32_t start, int32_t row)
-{
-    const int32_t rows = kernel.folded ? (kernel.height + 1) / 2 : kernel.height;
-    return row < rows ? rowFrom<uint8_t>(line, row, start) : kernel.zeros.data();
-}
-inline const uint8_t* foldedRow(const IntegerKernel& kernel, const FrameLine& line, int32_t start,
-                                int32_t row)
-{
-    return row < kernel.height / 2 ? rowFrom<uint8_t>(line, kernel.height - 1 - row, start)
-                                   : kernel.zeros.data();
-}
-
-// Lays the rows side by side for n outputs.
-[[gnu::noinline]] inline void fillStrips(IntegerKernel& kernel, const FrameLine& line, int32_t start,
-                                         int32_t n)
-{
-    const int64_t lanes = int64_t{n} + kernel.width - 1;
-    for (int32_t group = 0; group < kernel.groups; ++group) {
-        uint32_t* strip = kernel.strips.data() + group * kernel.stride;
-        const int32_t row = group * rowsPerGroup(kernel.form);
-        const uint8_t* a = laneRow(kernel, line, start, row);
-        const uint8_t* b = laneRow(kernel, line, start, row + 1);
-        if (kernel.folded) {
-            const uint8_t* c = foldedRow(kernel, line, start, row);
-            const uint8_t* d = foldedRow(kernel, line, start, row + 1);
-            VEXA_INDEPENDENT
-            for (int64_t i = 0; i < lanes; ++i)
-                strip[i] = (uint32_t{a[i]} + c[i]) | (uint32_t{b[i]} + d[i]) << 16;
-        } else if (kernel.form == SumForm::words) {
-            VEXA_INDEPENDENT
-            for (int64_t i = 0; i < lanes; ++i)
-                strip[i] = uint32_t{a[i]} | uint32_t{b[i]} << 16;
-        } else {
-            const uint8_t* c = laneRow(kernel, line, start, row + 2);
-            const uint8_t* d = laneRow(kernel, line, start, row + 3);
-            VEXA_INDEPENDENT
-            for (int64_t i = 0; i < lanes; ++i)
-                strip[i] = uint32_t{a[i]} | uint32_t{b[i]} << 8 | uint32_t{c[i]} << 16 | uint32_t{d[i]} << 24;
-        }
-    }
-}
-
-// 32-bit sums of the grouped forms; sums up to 63 outputs more than n.
-[[gnu::noinline]] inline void sumGroups(IntegerKernel& kernel, const FrameLine& line, int32_t start,
-                                        int32_t n, int32_t* sums)
-{
-    fillStrips(kernel, line, start, n);
-#if VEXA_LEVEL >= 3
-    if (kernel.form == SumForm::splitBytes)
-        sumLanes<true>(kernel, n, sums);
-    else
-#endif
-        sumLanes<false>(kernel, n, sums);
-}
-
-inline constexpr SumForms kSumForms = {VEXA_LEVEL >= 2, VEXA_LEVEL >= 3 ? SumForm::bytes : SumForm::words};
+inline constexpr SumForms kSumForms = {VEXA_LEVEL >= 2, VEXA_LEVEL >= 3, true};
 
 #else
 
-inline constexpr SumForms kSumForms = {false, SumForm::plain};
+inline constexpr SumForms kSumForms = {false, false, false};
 
 #endif
 
@@ -265,24 +195,111 @@ Pixel clipPixel(Int x, ClipLimits limits)
         return static_cast<Pixel>(both<Mode>(Pixel{}, x, limits));
 }
 
-template <int32_t Mode>
-void storeNarrow(const Quotient& quotient, const int16_t* sums, int32_t n, uint8_t* out, ClipLimits limits)
+#if VEXA_LEVEL >= 2
+
+// The pixels of a line that the narrow form's pairs start from.
+struct NarrowLine {
+    const uint8_t* first[kMostNarrowPairs];
+    const uint8_t* second[kMostNarrowPairs];
+
+    NarrowLine(const IntegerKernel& kernel, const FrameLine& line)
+    {
+        for (int32_t p = 0; p < kernel.narrowPairs; ++p) {
+            const NarrowPair& pair = kernel.narrow[static_cast<std::size_t>(p)];
+            first[p] = rowFrom<uint8_t>(line, pair.row[0], pair.column[0]);
+            second[p] = rowFrom<uint8_t>(line, pair.row[1], pair.column[1]);
+        }
+    }
+};
+
+// Sums of a block including half: of pixels 0 to 7 of each 16, and of 8 to 15.
+struct NarrowSums {
+    Set::Vector low;
+    Set::Vector high;
+};
+
+[[gnu::always_inline]] inline NarrowSums narrowSums(const IntegerKernel& kernel, const NarrowLine& line,
+                                                    int32_t i)
 {
-    const auto half = static_cast<int16_t>(quotient.half);
-    const uint16_t factor = quotient.factor;
-    const uint16_t shift = quotient.shift;
-    const uint16_t sign = quotient.sign;
-    VEXA_INDEPENDENT
-    for (int32_t i = 0; i < n; ++i) {
-        const auto sum = static_cast<int16_t>(sums[i] + half);
-        const auto negative = static_cast<uint16_t>((sum < 0 ? 0xFFFF : 0) ^ sign);
-        const auto magnitude = static_cast<uint16_t>(2 * absolute(sum));
-        const auto scaled = static_cast<uint16_t>((uint32_t{magnitude} * factor) >> 16);
-        const auto whole = static_cast<uint16_t>(scaled >> shift);
-        const auto signedWhole = static_cast<int16_t>((whole ^ negative) - negative);
-        out[i] = clipPixel<Mode, uint8_t>(signedWhole, limits);
+    const Set::Vector half = Set::spreadWord(static_cast<int16_t>(kernel.quotient.half));
+    NarrowSums sums = {half, half};
+    for (int32_t p = 0; p < kernel.narrowPairs; ++p) {
+        const Set::Vector a = Set::load(line.first[p] + i);
+        const Set::Vector b = Set::load(line.second[p] + i);
+        const Set::Vector weights = Set::spread(kernel.narrow[static_cast<std::size_t>(p)].weights);
+        sums.low = Set::add16(sums.low, Set::byteProducts(Set::joinLow8(a, b), weights));
+        sums.high = Set::add16(sums.high, Set::byteProducts(Set::joinHigh8(a, b), weights));
+    }
+    return sums;
+}
+
+// A quotient in registers.
+class NarrowQuotient
+{
+public:
+    explicit NarrowQuotient(const Quotient& quotient)
+        : factor_(Set::spreadWord(static_cast<int16_t>(quotient.factor))),
+          sign_(Set::spreadWord(static_cast<int16_t>(quotient.sign))),
+          shift_(_mm_cvtsi32_si128(quotient.shift))
+    {
+    }
+
+    Set::Vector negateIf(Set::Vector x, Set::Vector sign) const
+    {
+        return Set::subtract16(Set::exclusiveOr(x, sign), sign);
+    }
+    Set::Vector ofPositive(Set::Vector sum) const
+    {
+        return Set::shiftRight16(Set::highProduct16(Set::add16(sum, sum), factor_), shift_);
+    }
+    Set::Vector operator()(Set::Vector sum) const
+    {
+        const Set::Vector sign = Set::signs16(sum);
+        return negateIf(ofPositive(negateIf(sum, sign)), Set::exclusiveOr(sign, sign_));
+    }
+    // What is below 0 becomes 0.
+    Set::Vector saturated(Set::Vector sum) const
+    {
+        return ofPositive(Set::most16(negateIf(sum, sign_), Set::zero()));
+    }
+
+private:
+    Set::Vector factor_;
+    Set::Vector sign_;
+    __m128i shift_;
+};
+
+// The whole line in the narrow form, a block at a time; the last one reads behind the row and goes through a copy.
+template <int32_t Mode>
+[[gnu::noinline]] void convolveNarrow(const IntegerKernel& kernel, const FrameLine& frameLine,
+                                      ClipLimits limits)
+{
+    const NarrowLine line(kernel, frameLine);
+    const NarrowQuotient quotient(kernel.quotient);
+    auto* out = static_cast<uint8_t*>(frameLine.out);
+    for (int32_t i = 0; i < frameLine.count; i += kBlock) {
+        const int32_t n = std::min(kBlock, frameLine.count - i);
+        const NarrowSums sums = narrowSums(kernel, line, i);
+        alignas(64) uint8_t pixels[kBlock];
+        if constexpr (Mode == 1) {
+            const Set::Vector highest = Set::spread(limits.highestPixel * 0x01010101);
+            const Set::Vector packed =
+                Set::pack16(quotient.saturated(sums.low), quotient.saturated(sums.high));
+            Set::store(pixels, Set::least8(packed, highest));
+        } else {
+            alignas(64) int16_t quotients[kBlock];
+            Set::storeWords(quotients, quotient(sums.low), quotient(sums.high));
+            for (int32_t k = 0; k < kBlock; ++k)
+                pixels[k] = clipPixel<Mode, uint8_t>(quotients[k], limits);
+        }
+        if (n == kBlock)
+            std::memcpy(out + i, pixels, kBlock);
+        else
+            std::memcpy(out + i, pixels, static_cast<std::size_t>(n));
     }
 }
+
+#endif
 
 // Divides by `quotient(sum)`, clips and stores.
 template <int32_t Mode, typename Pixel, typename Divide>
@@ -313,15 +330,192 @@ void storeWide(const Quotient& quotient, const int32_t* sums, int32_t n, Placed<
         });
 }
 
-template <typename Pixel>
-void sumWide([[maybe_unused]] IntegerKernel& kernel, const FrameLine& line, int32_t start, int32_t n,
-             int32_t* sums)
-{
 #if VEXA_HAS_X86_SETS
-    if (kernel.form != SumForm::plain)
-        return sumGroups(kernel, line, start, n, sums);
+
+// Four vectors of pixels of a block, side by side as a lane of weights is.
+struct Strip {
+    Set::Vector at[4];
+};
+
+#if VEXA_LEVEL >= 3
+inline Strip stripOfBytes(const uint8_t* pixels)
+{
+    const Set::Vector a = Set::load(pixels);
+    const Set::Vector b = Set::load(pixels + 1);
+    const Set::Vector c = Set::load(pixels + 2);
+    const Set::Vector d = Set::load(pixels + 3);
+    const Set::Vector abLow = Set::joinLow8(a, b);
+    const Set::Vector abHigh = Set::joinHigh8(a, b);
+    const Set::Vector cdLow = Set::joinLow8(c, d);
+    const Set::Vector cdHigh = Set::joinHigh8(c, d);
+    return {{Set::joinLow16(abLow, cdLow), Set::joinHigh16(abLow, cdLow), Set::joinLow16(abHigh, cdHigh),
+             Set::joinHigh16(abHigh, cdHigh)}};
+}
 #endif
-    sumPlain<Pixel>(kernel, line, start, n, sums);
+
+// 16-bit pixels 0 to 7 of each 16, and 8 to 15: of a column, or of the sum of two.
+struct WordPixels {
+    Set::Vector low;
+    Set::Vector high;
+};
+
+inline WordPixels widened(const uint8_t* pixels)
+{
+    const Set::Vector a = Set::load(pixels);
+    return {Set::joinLow8(a, Set::zero()), Set::joinHigh8(a, Set::zero())};
+}
+
+// Column `column` of a row, with the one that mirrors it where the columns are folded.
+inline WordPixels wordColumn(const IntegerKernel& kernel, const uint8_t* pixels, int32_t column)
+{
+    const WordPixels a = widened(pixels + column);
+    if (!kernel.foldedColumns || column >= kernel.width / 2)
+        return a;
+    const WordPixels b = widened(pixels + kernel.width - 1 - column);
+    return {Set::add16(a.low, b.low), Set::add16(a.high, b.high)};
+}
+
+inline Strip stripOfWords(const IntegerKernel& kernel, const uint8_t* pixels, int32_t group)
+{
+    const WordPixels a = wordColumn(kernel, pixels, 2 * group);
+    const WordPixels b = wordColumn(kernel, pixels, 2 * group + 1);
+    return {{Set::joinLow16(a.low, b.low), Set::joinHigh16(a.low, b.low), Set::joinLow16(a.high, b.high),
+             Set::joinHigh16(a.high, b.high)}};
+}
+
+template <SumForm Form>
+Set::Vector addProducts(Set::Vector sum, Set::Vector pixels, Set::Vector weights)
+{
+#if VEXA_LEVEL >= 3
+    if constexpr (Form == SumForm::bytes)
+        return Set::addBytes(sum, pixels, weights);
+#endif
+    return Set::addWords(sum, pixels, weights);
+}
+
+inline Strip loadSums(const int32_t* sums)
+{
+    return {{Set::load(sums), Set::load(sums + kBlockLanes), Set::load(sums + 2 * kBlockLanes),
+             Set::load(sums + 3 * kBlockLanes)}};
+}
+inline void storeSums(int32_t* sums, const Strip& strip)
+{
+    for (int32_t v = 0; v < 4; ++v)
+        Set::store(sums + v * kBlockLanes, strip.at[v]);
+}
+
+// sums + the products of the strips with a row of the kernel.
+template <SumForm Form>
+[[gnu::always_inline]] inline Strip addRow(const IntegerKernel& kernel, const Set::Vector* strips,
+                                           int32_t row, Strip sums)
+{
+    const int32_t* lanes = kernel.lanes.data() + int64_t{row} * kernel.groups;
+    for (int32_t group = 0; group < kernel.groups; ++group, strips += 4) {
+        const Set::Vector weights = Set::spread(lanes[group]);
+        for (int32_t v = 0; v < 4; ++v)
+            sums.at[v] = addProducts<Form>(sums.at[v], strips[v], weights);
+    }
+    return sums;
+}
+
+// A row enters: its pixels of the block at column i go into the sums of all lines that it takes part in. The line that
+// row 0 of the kernel belongs to begins here.
+template <SumForm Form>
+[[gnu::always_inline]] inline void enterBlock(IntegerKernel& kernel, const uint8_t* pixels, int32_t i)
+{
+    auto* strips = reinterpret_cast<Set::Vector*>(kernel.strips.data());
+    for (int32_t group = 0; group < kernel.groups; ++group) {
+#if VEXA_LEVEL >= 3
+        const Strip strip = Form == SumForm::bytes ? stripOfBytes(pixels + i + 4 * group)
+                                                   : stripOfWords(kernel, pixels + i, group);
+#else
+        const Strip strip = stripOfWords(kernel, pixels + i, group);
+#endif
+        for (int32_t v = 0; v < 4; ++v)
+            Set::store(strips + 4 * group + v, strip.at[v]);
+    }
+    const Strip none = {{Set::zero(), Set::zero(), Set::zero(), Set::zero()}};
+    const int32_t last = kernel.height - 1;
+    const int32_t distinct = kernel.mirroredRows ? (kernel.height + 1) / 2 : kernel.height;
+    for (int32_t row = 0; row < distinct; ++row) {
+        int32_t* const sums = kernel.line(last - row) + i;
+        const bool shared = kernel.mirroredRows && row != last - row;
+        const Strip before = row == 0 || shared ? none : loadSums(sums);
+        const Strip products = addRow<Form>(kernel, strips, row, before);
+        if (shared) {
+            int32_t* const mirrored = kernel.line(row) + i;
+            Strip other = loadSums(mirrored);
+            Strip own = row == 0 ? none : loadSums(sums);
+            for (int32_t v = 0; v < 4; ++v) {
+                other.at[v] = Set::add32(other.at[v], products.at[v]);
+                own.at[v] = Set::add32(own.at[v], products.at[v]);
+            }
+            storeSums(mirrored, other);
+            storeSums(sums, own);
+        } else {
+            storeSums(sums, products);
+        }
+    }
+}
+
+template <SumForm Form>
+[[gnu::noinline]] void enterColumns(IntegerKernel& kernel, const uint8_t* pixels, int32_t start, int32_t n)
+{
+    for (int32_t i = start; i < start + n; i += kBlock)
+        enterBlock<Form>(kernel, pixels, i);
+}
+
+inline void enterRow(IntegerKernel& kernel, const void* row, int32_t start, int32_t n)
+{
+    const auto* pixels = static_cast<const uint8_t*>(row);
+#if VEXA_LEVEL >= 3
+    if (kernel.form == SumForm::bytes)
+        return enterColumns<SumForm::bytes>(kernel, pixels, start, n);
+#endif
+    enterColumns<SumForm::words>(kernel, pixels, start, n);
+}
+
+// The rows that were there before the first line of a band. Only the lines that the band's first row begins in, and
+// those after it, are complete when they are finished.
+inline void enterFirstRows(IntegerKernel& kernel, const FrameLine& line)
+{
+    for (int32_t row = 0; row + 1 < kernel.height; ++row) {
+        kernel.head = (row + 1) % kernel.height;
+        enterRow(kernel, line.rows[row], 0, line.count);
+    }
+}
+
+template <int32_t Mode>
+void convolveLines(IntegerKernel& kernel, const FrameLine& line, ClipLimits limits)
+{
+    if (line.bandStart)
+        enterFirstRows(kernel, line);
+    if (line.bandStart || line.newLine)
+        kernel.head = line.bandStart ? 0 : (kernel.head + 1) % kernel.height;
+    auto* out = static_cast<Placed<uint8_t>*>(line.out);
+    for (int32_t start = 0; start < line.count; start += kConvolveTile) {
+        const int32_t n = std::min(kConvolveTile, line.count - start);
+        if (line.bandStart || line.newLine)
+            enterRow(kernel, line.rows[kernel.height - 1], start, n);
+        SumTile<int32_t> sums;
+        for (int32_t i = 0; i < n; i += kBlock)
+            Set::storeSums(sums.at + i, kernel.line(0) + start + i);
+        storeWide<Mode>(kernel.quotient, sums.at, n, out + start, limits);
+    }
+}
+
+#endif
+
+template <int32_t Mode, typename Pixel>
+void convolvePlain(const IntegerKernel& kernel, const FrameLine& line, ClipLimits limits)
+{
+    auto* out = static_cast<Placed<Pixel>*>(line.out);
+    for (int32_t start = 0; start < line.count; start += kConvolveTile) {
+        const int32_t n = std::min(kConvolveTile, line.count - start);
+        SumTile<int32_t> sums;
+        sumPlain<Pixel>(kernel, line, start, n, sums.at);
+        storeWide<Mode>(kernel.quotient, sums.at, n, out + start, limits);
+    }
 }
 
 // (sum of k * p + divisor / 2) / divisor with the both slot.
@@ -329,26 +523,25 @@ template <typename Pixel, int32_t Mode>
 struct IntegerRow {
     static void run(const FrameLine& line, void* user)
     {
-        auto& kernel = *static_cast<IntegerKernel*>(user);
-        const ClipLimits limits = clipLimits();
-        auto* out = static_cast<Placed<Pixel>*>(line.out);
-        for (int32_t start = 0; start < line.count; start += kConvolveTile) {
-            const int32_t n = std::min(kConvolveTile, line.count - start);
-#if VEXA_LEVEL >= 2
-            if (sizeof(Pixel) == 1 && kernel.form == SumForm::narrow) {
-                SumTile<int16_t> sums;
-                sumNarrow(kernel, line, start, n, sums.at);
-                storeNarrow<Mode>(kernel.quotient, sums.at, n, static_cast<uint8_t*>(line.out) + start,
-                                  limits);
-                continue;
-            }
-#endif
-            SumTile<int32_t> sums;
-            sumWide<Pixel>(kernel, line, start, n, sums.at);
-            storeWide<Mode>(kernel.quotient, sums.at, n, out + start, limits);
-        }
+        convolvePlain<Mode, Pixel>(*static_cast<const IntegerKernel*>(user), line, clipLimits());
     }
 };
+#if VEXA_HAS_X86_SETS
+template <int32_t Mode>
+struct IntegerRow<uint8_t, Mode> {
+    static void run(const FrameLine& line, void* user)
+    {
+        auto& kernel = *static_cast<IntegerKernel*>(user);
+#if VEXA_LEVEL >= 2
+        if (kernel.form == SumForm::narrow)
+            return convolveNarrow<Mode>(kernel, line, clipLimits());
+#endif
+        if (kernel.form == SumForm::plain || line.count > kernel.columns)
+            return convolvePlain<Mode, uint8_t>(kernel, line, clipLimits());
+        convolveLines<Mode>(kernel, line, clipLimits());
+    }
+};
+#endif
 
 // Four-byte lanes of the set's width, a vector extension of the compilers.
 #if VEXA_LEVEL >= 3

@@ -61,75 +61,64 @@ bool rowsMirror(const int32_t* weights, int32_t width, int32_t height)
         if (!std::equal(weights + int64_t{row} * width, weights + int64_t{row + 1} * width,
                         weights + int64_t{height - 1 - row} * width))
             return false;
-    return height > 1;
+    return true;
 }
 
-struct SplitWeight {
-    int32_t low;
-    int32_t high;
-};
-
-SplitWeight splitWeight(int32_t weight)
+bool columnsMirror(const int32_t* weights, int32_t width, int32_t height)
 {
-    const auto low = static_cast<int8_t>(weight & 255);
-    return {low, (weight - low) >> 8};
+    for (int32_t row = 0; row < height; ++row)
+        for (int32_t column = 0; column < width / 2; ++column)
+            if (weights[int64_t{row} * width + column] != weights[int64_t{row + 1} * width - 1 - column])
+                return false;
+    return true;
 }
 
-// The form of the grouped ones that holds every weight.
-SumForm groupedForm(const int32_t* weights, int64_t count, SumForm grouped)
+// The form that holds every weight.
+SumForm wideForm(const int32_t* weights, int64_t count, SumForms forms)
 {
     const auto [least, most] = std::minmax_element(weights, weights + count);
-    if (grouped == SumForm::words)
-        return *least >= -32768 && *most <= 32767 ? SumForm::words : SumForm::plain;
-    if (grouped == SumForm::bytes && *least >= -128 && *most <= 127)
+    if (forms.bytes && *least >= -128 && *most <= 127)
         return SumForm::bytes;
-    // High bytes reach from -128 to 127.
-    if (grouped == SumForm::bytes && *least >= -32896 && *most <= 32639)
-        return SumForm::splitBytes;
-    return SumForm::plain;
+    return forms.words && *least >= -32768 && *most <= 32767 ? SumForm::words : SumForm::plain;
 }
 
-GroupTap groupTap(const IntegerKernel& kernel, int32_t group, int32_t column, int32_t rows)
+// The weights of a row that one lane holds, the first one lowest.
+int32_t laneOf(const IntegerKernel& kernel, int32_t row, int32_t group, int32_t columns)
 {
-    const int32_t lanes = rowsPerGroup(kernel.form);
-    const int32_t bits = 32 / lanes;
-    uint32_t low = 0;
-    uint32_t high = 0;
-    for (int32_t lane = 0; lane < lanes && group * lanes + lane < rows; ++lane) {
-        const int32_t weight = kernel.weights[int64_t{group * lanes + lane} * kernel.width + column];
-        const SplitWeight split =
-            kernel.form == SumForm::words ? SplitWeight{weight, 0} : splitWeight(weight);
-        const uint32_t mask = (uint32_t{1} << bits) - 1;
-        low |= (static_cast<uint32_t>(split.low) & mask) << (bits * lane);
-        high |= (static_cast<uint32_t>(split.high) & mask) << (bits * lane);
+    const int32_t perLane = kernel.form == SumForm::words ? 2 : 4;
+    const int32_t bits = 32 / perLane;
+    const uint32_t mask = (uint32_t{1} << bits) - 1;
+    uint32_t lane = 0;
+    for (int32_t i = 0; i < perLane && group * perLane + i < columns; ++i) {
+        const int32_t weight = kernel.weights[int64_t{row} * kernel.width + group * perLane + i];
+        lane |= (static_cast<uint32_t>(weight) & mask) << (bits * i);
     }
-    return {group * kernel.stride + column, static_cast<int32_t>(low), static_cast<int32_t>(high)};
+    return static_cast<int32_t>(lane);
 }
 
-bool useGroups(IntegerKernel& kernel, SumForm form)
+bool useLines(IntegerKernel& kernel, SumForm form, int32_t columns)
 {
+    constexpr int64_t kBlock = 64; // outputs, at most, that are summed at once
     kernel.form = form;
-    kernel.folded = form == SumForm::words && rowsMirror(kernel.weights, kernel.width, kernel.height);
-    const int32_t rows = kernel.folded ? (kernel.height + 1) / 2 : kernel.height;
-    kernel.groups = (rows + rowsPerGroup(form) - 1) / rowsPerGroup(form);
-    kernel.stride = (int64_t{kConvolveTile} + kernel.width + 15) & ~int64_t{15};
-    const int64_t most = int64_t{kernel.groups} * kernel.width;
-    const int64_t lanes = kernel.groups * kernel.stride;
-    kernel.taps = Buffer<GroupTap>(most);
-    kernel.strips = Buffer<uint32_t>(lanes);
-    kernel.zeros = Buffer<uint8_t>(kernel.stride);
-    const bool room = kernel.taps && kernel.strips && kernel.zeros;
-    if (malloctest(
-            room ? kernel.taps.data() : nullptr, "I_MxNConvolve: %d",
-            saturateToInt32(most * static_cast<int64_t>(sizeof(GroupTap)) + lanes * 4 + kernel.stride)))
+    kernel.foldedColumns =
+        form == SumForm::words && columnsMirror(kernel.weights, kernel.width, kernel.height);
+    kernel.mirroredRows = rowsMirror(kernel.weights, kernel.width, kernel.height);
+    const int32_t weightsPerRow = kernel.foldedColumns ? (kernel.width + 1) / 2 : kernel.width;
+    const int32_t perLane = form == SumForm::words ? 2 : 4;
+    kernel.groups = (weightsPerRow + perLane - 1) / perLane;
+    kernel.columns = (columns + kBlock - 1) / kBlock * kBlock;
+    const int64_t lanes = int64_t{kernel.groups} * kernel.height;
+    const int64_t sums = kernel.columns * kernel.height;
+    kernel.lanes = Buffer<int32_t>(lanes);
+    kernel.lines = Buffer<int32_t>(sums);
+    kernel.strips = Buffer<uint8_t>(kernel.groups * kBlock * 4);
+    const bool room = kernel.lanes && kernel.lines && kernel.strips;
+    if (malloctest(room ? kernel.lines.data() : nullptr, "I_MxNConvolve: %d",
+                   saturateToInt32(4 * (lanes + sums))))
         return false;
-    for (int32_t group = 0; group < kernel.groups; ++group) {
-        for (int32_t column = 0; column < kernel.width; ++column) {
-            const GroupTap tap = groupTap(kernel, group, column, rows);
-            if (tap.low != 0 || tap.high != 0)
-                kernel.taps[kernel.groupTaps++] = tap;
-        }
-    }
+    for (int32_t row = 0; row < kernel.height; ++row)
+        for (int32_t group = 0; group < kernel.groups; ++group)
+            kernel.lanes[int64_t{row} * kernel.groups + group] = laneOf(kernel, row, group, weightsPerRow);
     return true;
 }
 
@@ -155,14 +144,14 @@ Quotient quotientFor(int32_t divisor, int64_t reach, bool narrow)
 }
 
 bool prepareKernel(IntegerKernel& prepared, const int32_t* weights, int32_t width, int32_t height,
-                   int32_t divisor, int32_t highestPixel, SumForms forms)
+                   int32_t divisor, int32_t highestPixel, int32_t columns, SumForms forms)
 {
     prepared = {};
     prepared.weights = weights;
     prepared.width = width;
     prepared.height = height;
     const int64_t count = int64_t{width} * height;
-    // Beyond this the sum of the magnitudes would leave 64 bits; no bound below is kept anyway.
+    // Past this limit no bound below is kept anyway.
     constexpr int64_t kMostSum = int64_t{1} << 40;
     const int64_t reach = highestPixel * std::min(magnitudeSum(weights, count), kMostSum);
     const bool bytes = highestPixel == 255;
@@ -172,8 +161,8 @@ bool prepareKernel(IntegerKernel& prepared, const int32_t* weights, int32_t widt
         useNarrow(prepared);
         return true;
     }
-    const SumForm form = bytes ? groupedForm(weights, count, forms.grouped) : SumForm::plain;
-    return form == SumForm::plain || useGroups(prepared, form);
+    const SumForm form = bytes && columns > 0 ? wideForm(weights, count, forms) : SumForm::plain;
+    return form == SumForm::plain || useLines(prepared, form, columns);
 }
 
 } // namespace vexa

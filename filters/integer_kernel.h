@@ -4,14 +4,17 @@
 // Why the forms are equal. The described sum is a 32-bit one that wraps, so any order and any grouping of its terms
 // gives the same number, and so does leaving out terms whose weight is 0:
 //
-//     narrow    With 255 * sum|k| + |half| <= 32767 - 128 no partial sum, in whatever order, leaves 16 bits; |k| is then
-//               below 128 and the weights of a pair below 129 together, so that no pair of byte products saturates.
-//     bytes     Products of unsigned bytes and signed bytes, four at a time, added to a 32-bit sum that wraps. A weight
-//               outside signed bytes is high * 256 + low with a signed low byte: 256 * sum(high * p) + sum(low * p).
+//     narrow    With 255 * sum|k| + |half| <= 32767 - 128 no partial sum, in whatever order, leaves 16 bits; all |k|
+//               together stay below 128, so that no pair of products of an unsigned and a signed byte saturates.
+//     bytes     Products of unsigned bytes and signed bytes, four at a time, added to a 32-bit sum that wraps.
 //     words     Products of 16-bit weights and 16-bit pixels, two at a time; a pair stays below 2 * 32768 * 510 < 2^31.
-//               Rows r and N - 1 - r with the same weights are added before they are multiplied, k * a + k * b =
-//               k * (a + b), and a + b <= 510 fits.
+//               Where columns c and M - 1 - c have the same weights throughout, their pixels are added before they are
+//               multiplied, k * a + k * b = k * (a + b), and a + b <= 510 fits.
 //     plain     The described sum as it stands.
+//
+// In bytes and words every row of the image is multiplied once, when it enters the neighbourhood, and its products are
+// added to the sums of all lines that it will take part in. Rows r and N - 1 - r of a kernel that are the same share
+// their products.
 #ifndef VEXA_FILTERS_INTEGER_KERNEL_H
 #define VEXA_FILTERS_INTEGER_KERNEL_H
 
@@ -23,13 +26,14 @@
 namespace vexa
 {
 
-enum class SumForm { plain, narrow, bytes, splitBytes, words };
+enum class SumForm { plain, narrow, bytes, words };
 enum class QuotientForm { narrow, single, whole, negated };
 
 // The forms that the row functions of an instruction set have.
 struct SumForms {
     bool narrow;
-    SumForm grouped; // bytes, words, or plain where there are none
+    bool bytes;
+    bool words;
 };
 
 // sum / divisor, truncated, for sums that include half. Each form is exact in its range:
@@ -62,15 +66,8 @@ struct NarrowPair {
     int32_t weights;
 };
 
-// A tap of the grouped forms: the place of its first lane in the workspace, and the weights of the rows of its group.
-struct GroupTap {
-    int64_t lane;
-    int32_t low;
-    int32_t high;
-};
-
 inline constexpr int32_t kConvolveTile = 512; // outputs that are summed before they are divided
-inline constexpr int32_t kMostNarrowPairs = 65;
+inline constexpr int32_t kMostNarrowPairs = 64;
 
 struct IntegerKernel {
     const int32_t* weights; // height rows of width
@@ -82,26 +79,25 @@ struct IntegerKernel {
     int32_t narrowPairs;
     std::array<NarrowPair, kMostNarrowPairs> narrow;
 
-    // Grouped forms: several rows side by side in each 32-bit lane of a strip of the workspace.
-    bool folded; // rows r and height - 1 - r are one
+    // Bytes and words: `groups` lanes of 4 or 2 weights for each row, and a line of sums for each row of the kernel.
+    // The lines are a ring: the one at `head` is finished, the one before it has just begun.
+    bool foldedColumns;
+    bool mirroredRows;
     int32_t groups;
-    int64_t groupTaps;
-    int64_t stride; // lanes of a strip
-    Buffer<GroupTap> taps;
-    Buffer<uint32_t> strips;
-    Buffer<uint8_t> zeros; // a row for the lanes of a group that have none
+    Buffer<int32_t> lanes;
+    int64_t columns; // sums of a line
+    Buffer<int32_t> lines;
+    int32_t head;
+    Buffer<uint8_t> strips; // room for the pixels of a block, side by side as the weights are
+
+    int32_t* line(int32_t fromHead) { return lines.data() + (head + fromHead) % height * columns; }
 };
 
-// Rows that the lanes of a group hold.
-constexpr int32_t rowsPerGroup(SumForm form)
-{
-    return form == SumForm::words ? 2 : 4;
-}
-
-// Prepares a kernel of positive size for pixels up to highestPixel (255 or 65535). 0 without memory, whose report is
-// that of I_MxNConvolve.
+// Prepares a kernel of positive size for pixels up to highestPixel (255 or 65535) in lines of up to `columns` outputs.
+// False without memory, whose report is that of I_MxNConvolve.
 [[nodiscard]] bool prepareKernel(IntegerKernel& prepared, const int32_t* weights, int32_t width,
-                                 int32_t height, int32_t divisor, int32_t highestPixel, SumForms forms);
+                                 int32_t height, int32_t divisor, int32_t highestPixel, int32_t columns,
+                                 SumForms forms);
 
 } // namespace vexa
 
