@@ -404,102 +404,212 @@ inline void storeSums(int32_t* sums, const Strip& strip)
         Set::store(sums + v * kBlockLanes, strip.at[v]);
 }
 
-// sums + the products of the strips with a row of the kernel.
+// sums + the products of the strips with the weights of a row of the kernel.
 template <SumForm Form>
-[[gnu::always_inline]] inline Strip addRow(const IntegerKernel& kernel, const Set::Vector* strips,
-                                           int32_t row, Strip sums)
+[[gnu::always_inline]] inline Strip addRow(const Strip* strips, const int32_t* lanes, int32_t groups,
+                                           Strip sums)
 {
-    const int32_t* lanes = kernel.lanes.data() + int64_t{row} * kernel.groups;
-    for (int32_t group = 0; group < kernel.groups; ++group, strips += 4) {
+    for (int32_t group = 0; group < groups; ++group) {
         const Set::Vector weights = Set::spread(lanes[group]);
         for (int32_t v = 0; v < 4; ++v)
-            sums.at[v] = addProducts<Form>(sums.at[v], strips[v], weights);
+            sums.at[v] = addProducts<Form>(sums.at[v], strips[group].at[v], weights);
     }
     return sums;
 }
 
-// A row enters: its pixels of the block at column i go into the sums of all lines that it takes part in. The line that
-// row 0 of the kernel belongs to begins here.
-template <SumForm Form>
-[[gnu::always_inline]] inline void enterBlock(IntegerKernel& kernel, const uint8_t* pixels, int32_t i)
+inline Strip added(const Strip& a, const Strip& b)
 {
-    auto* strips = reinterpret_cast<Set::Vector*>(kernel.strips.data());
-    for (int32_t group = 0; group < kernel.groups; ++group) {
+    return {{Set::add32(a.at[0], b.at[0]), Set::add32(a.at[1], b.at[1]), Set::add32(a.at[2], b.at[2]),
+             Set::add32(a.at[3], b.at[3])}};
+}
+
+template <SumForm Form>
+[[gnu::always_inline]] inline Strip stripOf(const IntegerKernel& kernel, const uint8_t* pixels, int32_t group)
+{
 #if VEXA_LEVEL >= 3
-        const Strip strip = Form == SumForm::bytes ? stripOfBytes(pixels + i + 4 * group)
-                                                   : stripOfWords(kernel, pixels + i, group);
-#else
-        const Strip strip = stripOfWords(kernel, pixels + i, group);
+    if constexpr (Form == SumForm::bytes)
+        return stripOfBytes(pixels + 4 * group);
 #endif
-        for (int32_t v = 0; v < 4; ++v)
-            Set::store(strips + 4 * group + v, strip.at[v]);
+    return stripOfWords(kernel, pixels, group);
+}
+
+// Rows of the image that enter together, the newest one first.
+struct Entering {
+    const uint8_t* rows[2];
+    int32_t count;
+};
+
+// The products of the blocks of up to two rows of the image with each row of the kernel.
+struct BlockProducts {
+    Strip* at;
+    int32_t distinct; // rows of the kernel
+    int32_t last;     // row of the kernel
+
+    BlockProducts(IntegerKernel& kernel, int32_t entering)
+        : at(reinterpret_cast<Strip*>(kernel.products.data()) + entering * kernel.height),
+          distinct(kernel.mirroredRows ? (kernel.height + 1) / 2 : kernel.height), last(kernel.height - 1)
+    {
     }
+
+    const Strip& ofRow(int32_t row) const { return at[row < distinct ? row : last - row]; }
+};
+
+template <SumForm Form>
+[[gnu::always_inline]] inline void multiply(const IntegerKernel& kernel, const Strip* strips, int32_t groups,
+                                            const BlockProducts& products)
+{
+    const Strip none = {{Set::zero(), Set::zero(), Set::zero(), Set::zero()}};
+    const int32_t* lanes = kernel.lanes.data();
+    for (int32_t row = 0; row < products.distinct; ++row, lanes += groups)
+        products.at[row] = addRow<Form>(strips, lanes, groups, none);
+}
+
+// Line j from the one that ends takes row last - j of the kernel from the newest row of the image, and the row before
+// from the one that entered together with it. The lines whose row 0 enters begin here.
+[[gnu::always_inline]] inline void addToLines(IntegerKernel& kernel, const BlockProducts* products,
+                                              int32_t count, int32_t i)
+{
+    const int32_t last = kernel.height - 1;
+    int32_t* line = kernel.line(0) + i;
+    const int32_t* const end = kernel.lines.data() + kernel.columns * kernel.height;
+    for (int32_t j = 0; j <= last; ++j) {
+        const bool begins = j + count > last;
+        Strip sums =
+            begins ? products[0].ofRow(last - j) : added(loadSums(line), products[0].ofRow(last - j));
+        if (count == 2 && j < last)
+            sums = added(sums, products[1].ofRow(last - 1 - j));
+        storeSums(line, sums);
+        line += kernel.columns;
+        if (line >= end)
+            line -= kernel.columns * kernel.height;
+    }
+}
+
+// A few rows of the kernel need no room for their products.
+template <SumForm Form>
+[[gnu::always_inline]] inline void multiplyIntoLines(IntegerKernel& kernel, const Strip* strips,
+                                                     int32_t groups, int32_t i)
+{
     const Strip none = {{Set::zero(), Set::zero(), Set::zero(), Set::zero()}};
     const int32_t last = kernel.height - 1;
-    const int32_t distinct = kernel.mirroredRows ? (kernel.height + 1) / 2 : kernel.height;
-    for (int32_t row = 0; row < distinct; ++row) {
-        int32_t* const sums = kernel.line(last - row) + i;
-        const bool shared = kernel.mirroredRows && row != last - row;
-        const Strip before = row == 0 || shared ? none : loadSums(sums);
-        const Strip products = addRow<Form>(kernel, strips, row, before);
-        if (shared) {
-            int32_t* const mirrored = kernel.line(row) + i;
-            Strip other = loadSums(mirrored);
-            Strip own = row == 0 ? none : loadSums(sums);
-            for (int32_t v = 0; v < 4; ++v) {
-                other.at[v] = Set::add32(other.at[v], products.at[v]);
-                own.at[v] = Set::add32(own.at[v], products.at[v]);
-            }
-            storeSums(mirrored, other);
-            storeSums(sums, own);
-        } else {
-            storeSums(sums, products);
-        }
+    for (int32_t row = 0; row <= last; ++row) {
+        const int32_t place = kernel.head + last - row;
+        int32_t* const line =
+            kernel.lines.data() + (place > last ? place - last - 1 : place) * kernel.columns + i;
+        storeSums(line, addRow<Form>(strips, kernel.lanes.data() + int64_t{row} * groups, groups,
+                                     row == 0 ? none : loadSums(line)));
     }
 }
 
 template <SumForm Form>
-[[gnu::noinline]] void enterColumns(IntegerKernel& kernel, const uint8_t* pixels, int32_t start, int32_t n)
+[[gnu::always_inline]] inline void fillStrips(const IntegerKernel& kernel, const uint8_t* pixels,
+                                              int32_t groups, Strip* strips)
 {
-    for (int32_t i = start; i < start + n; i += kBlock)
-        enterBlock<Form>(kernel, pixels, i);
+    for (int32_t group = 0; group < groups; ++group)
+        strips[group] = stripOf<Form>(kernel, pixels, group);
 }
 
-inline void enterRow(IntegerKernel& kernel, const void* row, int32_t start, int32_t n)
+// Groups strips of a block in registers, or all in the kernel's room for them.
+template <SumForm Form, int32_t Groups>
+[[gnu::noinline]] void enterColumns(IntegerKernel& kernel, const Entering& entering, int32_t start, int32_t n)
 {
-    const auto* pixels = static_cast<const uint8_t*>(row);
-#if VEXA_LEVEL >= 3
-    if (kernel.form == SumForm::bytes)
-        return enterColumns<SumForm::bytes>(kernel, pixels, start, n);
-#endif
-    enterColumns<SumForm::words>(kernel, pixels, start, n);
-}
-
-// The rows that were there before the first line of a band. Only the lines that the band's first row begins in, and
-// those after it, are complete when they are finished.
-inline void enterFirstRows(IntegerKernel& kernel, const FrameLine& line)
-{
-    for (int32_t row = 0; row + 1 < kernel.height; ++row) {
-        kernel.head = (row + 1) % kernel.height;
-        enterRow(kernel, line.rows[row], 0, line.count);
+    const int32_t groups = Groups > 0 ? Groups : kernel.groups;
+    const BlockProducts products[2] = {{kernel, 0}, {kernel, 1}};
+    for (int32_t i = start; i < start + n; i += kBlock) {
+        Strip inRegisters[Groups > 0 ? Groups : 1];
+        Strip* const strips = Groups > 0 ? inRegisters : reinterpret_cast<Strip*>(kernel.strips.data());
+        if (kernel.height < kTallKernel) {
+            fillStrips<Form>(kernel, entering.rows[0] + i, groups, strips);
+            multiplyIntoLines<Form>(kernel, strips, groups, i);
+            continue;
+        }
+        for (int32_t row = 0; row < entering.count; ++row) {
+            fillStrips<Form>(kernel, entering.rows[row] + i, groups, strips);
+            multiply<Form>(kernel, strips, groups, products[row]);
+        }
+        addToLines(kernel, products, entering.count, i);
     }
 }
 
-template <int32_t Mode>
+// Sums of the line that ends, with the newest row added to it alone.
+template <SumForm Form>
+[[gnu::noinline]] void sumPending(IntegerKernel& kernel, const uint8_t* pixels, int32_t start, int32_t n,
+                                  int32_t* sums)
+{
+    auto* strips = reinterpret_cast<Strip*>(kernel.strips.data());
+    const int32_t row = kernel.mirroredRows ? 0 : kernel.height - 1;
+    for (int32_t i = 0; i < n; i += kBlock) {
+        fillStrips<Form>(kernel, pixels + start + i, kernel.groups, strips);
+        storeSums(sums + i, addRow<Form>(strips, kernel.lanes.data() + int64_t{row} * kernel.groups,
+                                         kernel.groups, loadSums(kernel.line(0) + start + i)));
+        Set::storeSums(sums + i, sums + i);
+    }
+}
+
+template <SumForm Form>
+void enterRows(IntegerKernel& kernel, const Entering& entering, int32_t start, int32_t n)
+{
+    switch (kernel.groups) {
+    case 1:
+        return enterColumns<Form, 1>(kernel, entering, start, n);
+    case 2:
+        return enterColumns<Form, 2>(kernel, entering, start, n);
+#if VEXA_LEVEL >= 3
+    case 3:
+        return enterColumns<Form, 3>(kernel, entering, start, n);
+    case 4:
+        return enterColumns<Form, 4>(kernel, entering, start, n);
+#endif
+    default:
+        return enterColumns<Form, 0>(kernel, entering, start, n);
+    }
+}
+
+// The rows that are there before the first line of a band. The lines that none of them begins stay unfinished, and are
+// begun anew before they are needed.
+template <SumForm Form>
+void enterFirstRows(IntegerKernel& kernel, const FrameLine& line)
+{
+    const auto row = [&](int32_t r) { return static_cast<const uint8_t*>(line.rows[r]); };
+    for (int32_t r = 0; r + 1 < kernel.height; ++r) {
+        kernel.head = r + 1;
+        enterRows<Form>(kernel, {{row(r), nullptr}, 1}, 0, line.count);
+    }
+    kernel.head = kernel.height - 1;
+    kernel.pending = false;
+}
+
+// Which rows enter with this line.
+inline Entering enteringWith(IntegerKernel& kernel, const FrameLine& line)
+{
+    const auto row = [&](int32_t r) { return static_cast<const uint8_t*>(line.rows[r]); };
+    const int32_t last = kernel.height - 1;
+    if (!line.newLine && !line.bandStart)
+        return {{}, 0};
+    kernel.head = kernel.head == last ? 0 : kernel.head + 1;
+    if (last + 1 < kTallKernel || line.bandStart)
+        return {{row(last), nullptr}, 1};
+    kernel.pending = !kernel.pending;
+    return kernel.pending ? Entering{{}, 0} : Entering{{row(last), row(last - 1)}, 2};
+}
+
+template <SumForm Form, int32_t Mode>
 void convolveLines(IntegerKernel& kernel, const FrameLine& line, ClipLimits limits)
 {
     if (line.bandStart)
-        enterFirstRows(kernel, line);
-    if (line.bandStart || line.newLine)
-        kernel.head = line.bandStart ? 0 : (kernel.head + 1) % kernel.height;
+        enterFirstRows<Form>(kernel, line);
+    const Entering entering = enteringWith(kernel, line);
     auto* out = static_cast<Placed<uint8_t>*>(line.out);
     for (int32_t start = 0; start < line.count; start += kConvolveTile) {
         const int32_t n = std::min(kConvolveTile, line.count - start);
-        if (line.bandStart || line.newLine)
-            enterRow(kernel, line.rows[kernel.height - 1], start, n);
         SumTile<int32_t> sums;
-        for (int32_t i = 0; i < n; i += kBlock)
-            Set::storeSums(sums.at + i, kernel.line(0) + start + i);
+        if (entering.count > 0)
+            enterRows<Form>(kernel, entering, start, n);
+        if (kernel.pending)
+            sumPending<Form>(kernel, rowFrom<uint8_t>(line, kernel.height - 1, 0), start, n, sums.at);
+        else
+            for (int32_t i = 0; i < n; i += kBlock)
+                Set::storeSums(sums.at + i, kernel.line(0) + start + i);
         storeWide<Mode>(kernel.quotient, sums.at, n, out + start, limits);
     }
 }
@@ -538,7 +648,11 @@ struct IntegerRow<uint8_t, Mode> {
 #endif
         if (kernel.form == SumForm::plain || line.count > kernel.columns)
             return convolvePlain<Mode, uint8_t>(kernel, line, clipLimits());
-        convolveLines<Mode>(kernel, line, clipLimits());
+#if VEXA_LEVEL >= 3
+        if (kernel.form == SumForm::bytes)
+            return convolveLines<SumForm::bytes, Mode>(kernel, line, clipLimits());
+#endif
+        convolveLines<SumForm::words, Mode>(kernel, line, clipLimits());
     }
 };
 #endif

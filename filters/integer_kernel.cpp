@@ -112,7 +112,8 @@ bool useLines(IntegerKernel& kernel, SumForm form, int32_t columns)
     kernel.lanes = Buffer<int32_t>(lanes);
     kernel.lines = Buffer<int32_t>(sums);
     kernel.strips = Buffer<uint8_t>(kernel.groups * kBlock * 4);
-    const bool room = kernel.lanes && kernel.lines && kernel.strips;
+    kernel.products = Buffer<uint8_t>(2 * kernel.height * kBlock * 4);
+    const bool room = kernel.lanes && kernel.lines && kernel.strips && kernel.products;
     if (malloctest(room ? kernel.lines.data() : nullptr, "I_MxNConvolve: %d",
                    saturateToInt32(4 * (lanes + sums))))
         return false;

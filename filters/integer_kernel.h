@@ -14,7 +14,8 @@
 //
 // In bytes and words every row of the image is multiplied once, when it enters the neighbourhood, and its products are
 // added to the sums of all lines that it will take part in. Rows r and N - 1 - r of a kernel that are the same share
-// their products.
+// their products. The lines of a tall kernel do not stay in the first-level cache: there two rows enter together, and
+// until the second one comes the first one is added to the line that it finishes alone.
 #ifndef VEXA_FILTERS_INTEGER_KERNEL_H
 #define VEXA_FILTERS_INTEGER_KERNEL_H
 
@@ -68,6 +69,7 @@ struct NarrowPair {
 
 inline constexpr int32_t kConvolveTile = 512; // outputs that are summed before they are divided
 inline constexpr int32_t kMostNarrowPairs = 64;
+inline constexpr int32_t kTallKernel = 6; // rows from which two rows enter together
 
 struct IntegerKernel {
     const int32_t* weights; // height rows of width
@@ -80,7 +82,7 @@ struct IntegerKernel {
     std::array<NarrowPair, kMostNarrowPairs> narrow;
 
     // Bytes and words: `groups` lanes of 4 or 2 weights for each row, and a line of sums for each row of the kernel.
-    // The lines are a ring: the one at `head` is finished, the one before it has just begun.
+    // The lines are a ring: the one at `head` is finished next, the one before it has just begun.
     bool foldedColumns;
     bool mirroredRows;
     int32_t groups;
@@ -88,7 +90,10 @@ struct IntegerKernel {
     int64_t columns; // sums of a line
     Buffer<int32_t> lines;
     int32_t head;
+    bool pending;           // the newest row has not entered yet
     Buffer<uint8_t> strips; // room for the pixels of a block, side by side as the weights are
+    Buffer<uint8_t>
+        products; // room for the sums of a block with each row of the kernel, for two rows of the image
 
     int32_t* line(int32_t fromHead) { return lines.data() + (head + fromHead) % height * columns; }
 };
