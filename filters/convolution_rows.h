@@ -54,6 +54,11 @@ struct Set {
     static Vector spreadWord(int16_t x) { return _mm512_set1_epi16(x); }
     static Vector add16(Vector a, Vector b) { return _mm512_add_epi16(a, b); }
     static Vector add32(Vector a, Vector b) { return _mm512_add_epi32(a, b); }
+    static Vector scaled32(Vector a, float by)
+    {
+        return _mm512_cvttps_epi32(_mm512_mul_ps(_mm512_cvtepi32_ps(a), _mm512_set1_ps(by)));
+    }
+    static Vector pack32(Vector low, Vector high) { return _mm512_packs_epi32(low, high); }
     static Vector subtract16(Vector a, Vector b) { return _mm512_sub_epi16(a, b); }
     static Vector most16(Vector a, Vector b) { return _mm512_max_epi16(a, b); }
     static Vector least8(Vector a, Vector b) { return _mm512_min_epu8(a, b); }
@@ -111,6 +116,11 @@ struct Set {
     static Vector spreadWord(int16_t x) { return _mm256_set1_epi16(x); }
     static Vector add16(Vector a, Vector b) { return _mm256_add_epi16(a, b); }
     static Vector add32(Vector a, Vector b) { return _mm256_add_epi32(a, b); }
+    static Vector scaled32(Vector a, float by)
+    {
+        return _mm256_cvttps_epi32(_mm256_mul_ps(_mm256_cvtepi32_ps(a), _mm256_set1_ps(by)));
+    }
+    static Vector pack32(Vector low, Vector high) { return _mm256_packs_epi32(low, high); }
     static Vector subtract16(Vector a, Vector b) { return _mm256_sub_epi16(a, b); }
     static Vector most16(Vector a, Vector b) { return _mm256_max_epi16(a, b); }
     static Vector least8(Vector a, Vector b) { return _mm256_min_epu8(a, b); }
@@ -157,6 +167,13 @@ struct Set {
     static Vector spread(int32_t x) { return _mm_set1_epi32(x); }
     static Vector add16(Vector a, Vector b) { return _mm_add_epi16(a, b); }
     static Vector add32(Vector a, Vector b) { return _mm_add_epi32(a, b); }
+    static Vector scaled32(Vector a, float by)
+    {
+        return _mm_cvttps_epi32(_mm_mul_ps(_mm_cvtepi32_ps(a), _mm_set1_ps(by)));
+    }
+    static Vector pack32(Vector low, Vector high) { return _mm_packs_epi32(low, high); }
+    static Vector pack16(Vector low, Vector high) { return _mm_packus_epi16(low, high); }
+    static Vector least8(Vector a, Vector b) { return _mm_min_epu8(a, b); }
     static Vector joinLow8(Vector a, Vector b) { return _mm_unpacklo_epi8(a, b); }
     static Vector joinHigh8(Vector a, Vector b) { return _mm_unpackhi_epi8(a, b); }
     static Vector joinLow16(Vector a, Vector b) { return _mm_unpacklo_epi16(a, b); }
@@ -176,6 +193,15 @@ struct Set {
 // Outputs of a block: a vector of bytes, which becomes four vectors of 32-bit sums.
 inline constexpr int32_t kBlock = sizeof(Set::Vector);
 inline constexpr int32_t kBlockLanes = kBlock / 4;
+
+// Stores a block, or what is left of a line.
+[[gnu::always_inline]] inline void storePixels(uint8_t* out, const uint8_t* pixels, int32_t left)
+{
+    if (left >= kBlock)
+        std::memcpy(out, pixels, kBlock);
+    else
+        std::memcpy(out, pixels, static_cast<std::size_t>(left));
+}
 
 inline constexpr SumForms kSumForms = {VEXA_LEVEL >= 2, VEXA_LEVEL >= 3, true};
 
@@ -278,7 +304,6 @@ template <int32_t Mode>
     const NarrowQuotient quotient(kernel.quotient);
     auto* out = static_cast<uint8_t*>(frameLine.out);
     for (int32_t i = 0; i < frameLine.count; i += kBlock) {
-        const int32_t n = std::min(kBlock, frameLine.count - i);
         const NarrowSums sums = narrowSums(kernel, line, i);
         alignas(64) uint8_t pixels[kBlock];
         if constexpr (Mode == 1) {
@@ -292,10 +317,7 @@ template <int32_t Mode>
             for (int32_t k = 0; k < kBlock; ++k)
                 pixels[k] = clipPixel<Mode, uint8_t>(quotients[k], limits);
         }
-        if (n == kBlock)
-            std::memcpy(out + i, pixels, kBlock);
-        else
-            std::memcpy(out + i, pixels, static_cast<std::size_t>(n));
+        storePixels(out + i, pixels, frameLine.count - i);
     }
 }
 
@@ -368,6 +390,8 @@ inline WordPixels widened(const uint8_t* pixels)
 // Column `column` of a row, with the one that mirrors it where the columns are folded.
 inline WordPixels wordColumn(const IntegerKernel& kernel, const uint8_t* pixels, int32_t column)
 {
+    if (column >= kernel.width)
+        return {Set::zero(), Set::zero()};
     const WordPixels a = widened(pixels + column);
     if (!kernel.foldedColumns || column >= kernel.width / 2)
         return a;
@@ -542,7 +566,6 @@ template <SumForm Form>
         fillStrips<Form>(kernel, pixels + start + i, kernel.groups, strips);
         storeSums(sums + i, addRow<Form>(strips, kernel.lanes.data() + int64_t{row} * kernel.groups,
                                          kernel.groups, loadSums(kernel.line(0) + start + i)));
-        Set::storeSums(sums + i, sums + i);
     }
 }
 
@@ -593,13 +616,44 @@ inline Entering enteringWith(IntegerKernel& kernel, const FrameLine& line)
     return kernel.pending ? Entering{{}, 0} : Entering{{row(last), row(last - 1)}, 2};
 }
 
+// Packs the quotients of a block that is saturated to bytes, which brings the pixels into their order.
+[[gnu::always_inline]] inline Set::Vector packedBlock(const Quotient& quotient, const int32_t* sums,
+                                                      ClipLimits limits)
+{
+    const Set::Vector half = Set::spread(quotient.half);
+    Strip strip = loadSums(sums);
+    for (Set::Vector& v : strip.at)
+        v = Set::scaled32(Set::add32(v, half), quotient.single);
+    const Set::Vector packed =
+        Set::pack16(Set::pack32(strip.at[0], strip.at[1]), Set::pack32(strip.at[2], strip.at[3]));
+    return Set::least8(packed, Set::spread(limits.highestPixel * 0x01010101));
+}
+
+// Divides, clips and stores n sums in the order of their blocks.
+template <int32_t Mode>
+void storeBlocks(const Quotient& quotient, const int32_t* sums, int32_t n, uint8_t* out, ClipLimits limits)
+{
+    if (Mode == 1 && quotient.form == QuotientForm::single) {
+        for (int32_t i = 0; i < n; i += kBlock) {
+            alignas(64) uint8_t pixels[kBlock];
+            Set::store(pixels, packedBlock(quotient, sums + i, limits));
+            storePixels(out + i, pixels, n - i);
+        }
+        return;
+    }
+    SumTile<int32_t> ordered;
+    for (int32_t i = 0; i < n; i += kBlock)
+        Set::storeSums(ordered.at + i, sums + i);
+    storeWide<Mode>(quotient, ordered.at, n, reinterpret_cast<Placed<uint8_t>*>(out), limits);
+}
+
 template <SumForm Form, int32_t Mode>
 void convolveLines(IntegerKernel& kernel, const FrameLine& line, ClipLimits limits)
 {
     if (line.bandStart)
         enterFirstRows<Form>(kernel, line);
     const Entering entering = enteringWith(kernel, line);
-    auto* out = static_cast<Placed<uint8_t>*>(line.out);
+    auto* out = static_cast<uint8_t*>(line.out);
     for (int32_t start = 0; start < line.count; start += kConvolveTile) {
         const int32_t n = std::min(kConvolveTile, line.count - start);
         SumTile<int32_t> sums;
@@ -607,10 +661,8 @@ void convolveLines(IntegerKernel& kernel, const FrameLine& line, ClipLimits limi
             enterRows<Form>(kernel, entering, start, n);
         if (kernel.pending)
             sumPending<Form>(kernel, rowFrom<uint8_t>(line, kernel.height - 1, 0), start, n, sums.at);
-        else
-            for (int32_t i = 0; i < n; i += kBlock)
-                Set::storeSums(sums.at + i, kernel.line(0) + start + i);
-        storeWide<Mode>(kernel.quotient, sums.at, n, out + start, limits);
+        storeBlocks<Mode>(kernel.quotient, kernel.pending ? sums.at : kernel.line(0) + start, n, out + start,
+                          limits);
     }
 }
 
