@@ -26,6 +26,8 @@ namespace
 
 // Up to this height or width of a window its sums fit into 16 bits.
 constexpr int32_t kMostShortWindow = 257;
+// Up to this scale, that of an area of 2, they are scaled in 16 bits.
+constexpr int32_t kMostShortScale = 511;
 
 // What a smoothing pass hands to its row functions.
 struct BoxParameter {
@@ -33,7 +35,8 @@ struct BoxParameter {
     int32_t weight; // of the end rows or columns, in units of 1/1024
     double inverse; // 1 over the area
     double edge;    // the weight for floats
-    void* sums;     // of each column, kept from line to line
+    void* sums;     // of each column, kept from line to line; null without memory
+    int32_t phase;  // of a column window of floats within its block
 };
 
 struct BoxFilters {
@@ -74,13 +77,22 @@ void fillZeros(const FrameLine& line, void*)
     std::memset(line.out, 0, static_cast<std::size_t>(line.count));
 }
 
-// The sums of a column window, where there is memory for them.
-Buffer<uint8_t> columnSums(int32_t imDest, int32_t height)
+bool fitsShort(int32_t samples, int32_t scale)
+{
+    return samples <= kMostShortWindow && scale <= kMostShortScale;
+}
+
+// Room for the sums of a column window, or nothing without memory: a line is then summed anew.
+Buffer<uint8_t> columnSums(int32_t imDest, int32_t samples, int32_t type, const BoxParameter& box)
 {
     int32_t cols = 0;
     if (!I_ImGetSize(&cols, nullptr, nullptr, imDest))
         return {};
-    return Buffer<uint8_t>(int64_t{cols} * (height <= kMostShortWindow ? 2 : 4));
+    if (type == PIX_BYTE)
+        return Buffer<uint8_t>(int64_t{cols} * (fitsShort(samples, box.scale) ? 2 : 4));
+    constexpr int64_t kMostBytes = int64_t{1} << 30;
+    const int64_t bytes = (int64_t{samples} + 1) * cols * static_cast<int64_t>(sizeof(double));
+    return samples > 0 && bytes <= kMostBytes ? Buffer<uint8_t>(bytes) : Buffer<uint8_t>();
 }
 
 FrameFilter chooseByteFilter(int32_t width, int32_t height, const BoxParameter& box)
@@ -90,10 +102,10 @@ FrameFilter chooseByteFilter(int32_t width, int32_t height, const BoxParameter& 
         return fillZeros;
     const BoxFilters& filters = VEXA_ROWS(kBoxFilters);
     if (width > 1)
-        return width <= kMostShortWindow ? filters.rowBytes : filters.rowBytesWide;
+        return fitsShort(width, box.scale) ? filters.rowBytes : filters.rowBytesWide;
     if (!box.sums)
         return filters.columnBytesAnew;
-    return height <= kMostShortWindow ? filters.columnBytes : filters.columnBytesTall;
+    return fitsShort(height, box.scale) ? filters.columnBytes : filters.columnBytesTall;
 }
 
 // One of width and height is 1.
@@ -105,19 +117,22 @@ void smoothingPass(int32_t imSrc, int32_t imDest, float width, float height)
     const float area = width * height;
     const bool rows = x.samples > 1;
     const float edge = rows ? x.edge : y.edge;
-    BoxParameter box = {Rnd(static_cast<float>(1024.0 / double{area})), truncToInt32(edge * 1024.0F),
-                        1.0 / double{area}, double{edge}, nullptr};
-    if (type != PIX_BYTE) {
-        const BoxFilters& filters = VEXA_ROWS(kBoxFilters);
-        runFrame(imSrc, imDest, x.samples, y.samples, &box, rows ? filters.rowFloats : filters.columnFloats,
-                 PIX_FLOAT, FrameOutput::straight);
-        return;
-    }
+    BoxParameter box = {Rnd(static_cast<float>(1024.0 / double{area})),
+                        truncToInt32(edge * 1024.0F),
+                        1.0 / double{area},
+                        double{edge},
+                        nullptr,
+                        0};
+    const bool bytes = type == PIX_BYTE;
     Buffer<uint8_t> sums;
     if (!rows && box.scale != 0)
-        sums = columnSums(imDest, y.samples);
+        sums = columnSums(imDest, y.samples, type, box);
     box.sums = sums.data();
-    runFrame(imSrc, imDest, x.samples, y.samples, &box, chooseByteFilter(x.samples, y.samples, box), PIX_BYTE,
+    const BoxFilters& filters = VEXA_ROWS(kBoxFilters);
+    const FrameFilter filter = bytes  ? chooseByteFilter(x.samples, y.samples, box)
+                               : rows ? filters.rowFloats
+                                      : filters.columnFloats;
+    runFrame(imSrc, imDest, x.samples, y.samples, &box, filter, bytes ? PIX_BYTE : PIX_FLOAT,
              FrameOutput::straight);
 }
 

@@ -8,19 +8,23 @@ namespace vexa::VEXA_TARGET
 namespace
 {
 
-// Outputs that are computed together, through the first-level cache.
-inline constexpr int32_t kPiece = 1024;
-// Windows are summed in parts of so many pixels.
+// Windows are summed in parts of so many pixels at most.
 inline constexpr int32_t kWindowPart = 256;
 
-// (sum * scale + 512) >> 10 from the two halves of the product; the low byte of it is stored.
-inline uint8_t scaleSum(uint16_t sum, uint16_t scale)
+// (sum * scale + 512) >> 10, of which the low byte is stored. In 16 bits: the high half of sum * (scale * 128) is
+// sum * scale / 512, for scales up to kMostShortScale.
+inline uint16_t scaleFactor(uint16_t, int32_t scale)
 {
-    const uint32_t product = uint32_t{sum} * scale;
-    const auto high = static_cast<uint16_t>(product >> 16);
-    const auto low = static_cast<uint16_t>(sum * uint32_t{scale});
-    const auto doubled = static_cast<uint16_t>((high << 7) | (low >> 9));
+    return static_cast<uint16_t>(scale * 128);
+}
+inline uint8_t scaleSum(uint16_t sum, uint16_t factor)
+{
+    const auto doubled = static_cast<uint16_t>((uint32_t{sum} * factor) >> 16);
     return static_cast<uint8_t>(static_cast<uint16_t>(doubled + 1) >> 1);
+}
+inline uint32_t scaleFactor(uint32_t, int32_t scale)
+{
+    return static_cast<uint32_t>(scale);
 }
 inline uint8_t scaleSum(uint32_t sum, uint32_t scale)
 {
@@ -52,7 +56,7 @@ void boxColumnBytes(const FrameLine& line, void* user)
     const int32_t n = line.count;
     const auto row = [&](int32_t k) { return static_cast<const uint8_t*>(line.rows[k]); };
     const int32_t last = line.height - 1;
-    const auto scale = static_cast<Sum>(box.scale);
+    const auto scale = scaleFactor(Sum{}, box.scale);
     const auto weight = static_cast<uint16_t>(box.weight);
     const uint8_t* const first = row(0);
     const uint8_t* const bottom = row(last);
@@ -91,6 +95,7 @@ void boxColumnBytes(const FrameLine& line, void* user)
 inline void boxColumnBytesAnew(const FrameLine& line, void* user)
 {
     const auto& box = *static_cast<const BoxParameter*>(user);
+    constexpr int32_t kPiece = 1024;
     auto* const out = static_cast<uint8_t*>(line.out);
     uint32_t sums[kPiece];
     for (int32_t start = 0; start < line.count; start += kPiece) {
@@ -107,48 +112,120 @@ inline void boxColumnBytesAnew(const FrameLine& line, void* user)
     }
 }
 
-// sums[i] += source[i] + ... + source[i + window - 1] for i below n, by doubling: the sums of 2, 4, 8, ... pixels, of
-// which a window takes those that its binary digits name. The levels have room for kPiece + window - 1 sums.
-template <typename Sum, typename Pixel>
-void addWindows(const Pixel* source, int32_t n, int32_t window, Sum* sums, Sum* level, Sum* next)
+// finish(i, sum of up to Parts levels from i on, and of the source's pixel where the window is odd).
+template <int32_t Parts, typename Sum, typename Pixel, typename Finish>
+[[gnu::always_inline]] inline void finishWindows(const Pixel* source, const Sum* const* parts, int32_t n,
+                                                 bool odd, Finish finish)
 {
-    int32_t held = n + window - 1;
-    VEXA_INDEPENDENT
-    for (int32_t i = 0; i < held; ++i)
-        level[i] = static_cast<Sum>(source[i]);
-    int32_t offset = 0;
-    for (int32_t width = 1; width <= window; width *= 2) {
-        if (width > 1) {
-            held -= width / 2;
-            const Sum* const shifted = level + width / 2;
-            VEXA_INDEPENDENT
-            for (int32_t i = 0; i < held; ++i)
-                next[i] = static_cast<Sum>(level[i] + shifted[i]);
-            std::swap(level, next);
-        }
-        if ((window & width) == 0)
-            continue;
-        const Sum* const part = level + offset;
+    const Sum* const a = parts[0];
+    const Sum* const b = parts[1];
+    const Sum* const c = parts[2];
+    const auto rest = [=](int32_t i) {
+        Sum sum = Parts > 0 ? a[i] : Sum{0};
+        if constexpr (Parts > 1)
+            sum = static_cast<Sum>(sum + b[i]);
+        if constexpr (Parts > 2)
+            sum = static_cast<Sum>(sum + c[i]);
+        return sum;
+    };
+    if (odd) {
         VEXA_INDEPENDENT
         for (int32_t i = 0; i < n; ++i)
-            sums[i] = static_cast<Sum>(sums[i] + part[i]);
-        offset += width;
+            finish(i, static_cast<Sum>(rest(i) + source[i]));
+    } else {
+        VEXA_INDEPENDENT
+        for (int32_t i = 0; i < n; ++i)
+            finish(i, rest(i));
     }
 }
 
-// finish(i, sum of window pixels from i on) for all outputs; wide windows are summed in parts.
+template <typename Sum, typename Other>
+void addTo(Sum* sums, const Sum* a, const Other* b, int32_t n)
+{
+    VEXA_INDEPENDENT
+    for (int32_t i = 0; i < n; ++i)
+        sums[i] = static_cast<Sum>(a[i] + static_cast<Sum>(b[i]));
+}
+
+// What the sums of one piece are made of, in the first-level cache.
+template <typename Sum>
+struct WindowLevels {
+    static constexpr int32_t kPiece = sizeof(Sum) == 2 ? 1024 : 384;
+    static constexpr int32_t kLevels = 8; // of 2, 4, ... 256 pixels
+
+    alignas(64) Sum level[kLevels][kPiece + kWindowPart];
+    alignas(64) Sum combined[kPiece];
+
+    // finish(i, sum of window pixels from i on) for i below n, by doubling: the sums of 2, 4, 8, ... pixels, of which a
+    // window takes those that its binary digits name. So the cost grows by the digits of the window only.
+    template <typename Pixel, typename Finish>
+    [[gnu::always_inline]] inline void sum(const Pixel* source, int32_t n, int32_t window, Finish finish)
+    {
+        const Sum* parts[kLevels] = {};
+        int32_t used = 0;
+        int32_t offset = window % 2;
+        for (int32_t k = 0; 2 << k <= window; ++k) {
+            const int32_t width = 2 << k;
+            const int32_t held = n + window - width;
+            if (k == 0)
+                addPairs(source, held);
+            else
+                addTo(level[k], level[k - 1], level[k - 1] + width / 2, held);
+            if ((window & width) != 0) {
+                parts[used++] = level[k] + offset;
+                offset += width;
+            }
+        }
+        for (; used > 3; --used) {
+            addTo(combined, parts[used - 2], parts[used - 1], n);
+            parts[used - 2] = combined;
+        }
+        const bool odd = window % 2 != 0;
+        if (used == 0)
+            finishWindows<0>(source, parts, n, odd, finish);
+        else if (used == 1)
+            finishWindows<1>(source, parts, n, odd, finish);
+        else if (used == 2)
+            finishWindows<2>(source, parts, n, odd, finish);
+        else
+            finishWindows<3>(source, parts, n, odd, finish);
+    }
+
+private:
+    template <typename Pixel>
+    void addPairs(const Pixel* source, int32_t n)
+    {
+        VEXA_INDEPENDENT
+        for (int32_t i = 0; i < n; ++i)
+            level[0][i] = static_cast<Sum>(static_cast<Sum>(source[i]) + static_cast<Sum>(source[i + 1]));
+    }
+};
+
+// finish(i, sum of window pixels from i on) for all outputs.
 template <typename Sum, typename Pixel, typename Finish>
 [[gnu::always_inline]] inline void sumWindows(const Pixel* source, int32_t count, int32_t window,
                                               Finish finish)
 {
-    alignas(64) Sum sums[kPiece];
-    alignas(64) Sum levels[2][kPiece + kWindowPart];
-    for (int32_t start = 0; start < count; start += kPiece) {
-        const int32_t n = std::min(kPiece, count - start);
+    WindowLevels<Sum> levels;
+    for (int32_t start = 0; start < count; start += levels.kPiece) {
+        const int32_t n = std::min(levels.kPiece, count - start);
+        levels.sum(source + start, n, window, [=](int32_t i, Sum sum) { finish(start + i, sum); });
+    }
+}
+
+// The same for windows of any width, in parts.
+template <typename Sum, typename Pixel, typename Finish>
+[[gnu::always_inline]] inline void sumWideWindows(const Pixel* source, int32_t count, int32_t window,
+                                                  Finish finish)
+{
+    WindowLevels<Sum> levels;
+    alignas(64) Sum sums[levels.kPiece];
+    for (int32_t start = 0; start < count; start += levels.kPiece) {
+        const int32_t n = std::min(levels.kPiece, count - start);
         std::fill_n(sums, n, Sum{0});
         for (int32_t part = 0; part < window; part += kWindowPart)
-            addWindows(source + start + part, n, std::min(kWindowPart, window - part), sums, levels[0],
-                       levels[1]);
+            levels.sum(source + start + part, n, std::min(kWindowPart, window - part),
+                       [&sums](int32_t i, Sum sum) { sums[i] = static_cast<Sum>(sums[i] + sum); });
         VEXA_INDEPENDENT
         for (int32_t i = 0; i < n; ++i)
             finish(start + i, sums[i]);
@@ -161,58 +238,113 @@ void boxRowBytes(const FrameLine& line, void* user)
     const auto& box = *static_cast<const BoxParameter*>(user);
     const auto* const row = static_cast<const uint8_t*>(line.rows[0]);
     auto* const out = static_cast<uint8_t*>(line.out);
-    const auto scale = static_cast<Sum>(box.scale);
+    const auto scale = scaleFactor(Sum{}, box.scale);
     const auto weight = static_cast<uint16_t>(box.weight);
-    if (weight == 0)
-        return sumWindows<Sum>(row, line.count, line.width,
-                               [=](int32_t i, Sum sum) { out[i] = scaleSum(sum, scale); });
     const uint8_t* const right = row + line.width - 1;
-    sumWindows<Sum>(row + 1, line.count, line.width - 2, [=](int32_t i, Sum sum) {
+    const auto store = [=](int32_t i, Sum sum) { out[i] = scaleSum(sum, scale); };
+    const auto storeWithEnds = [=](int32_t i, Sum sum) {
         out[i] = scaleSum(static_cast<Sum>(sum + weighEnds(row[i], right[i], weight)), scale);
-    });
+    };
+    if constexpr (sizeof(Sum) > 2) {
+        if (weight == 0)
+            sumWideWindows<Sum>(row, line.count, line.width, store);
+        else
+            sumWideWindows<Sum>(row + 1, line.count, line.width - 2, storeWithEnds);
+    } else {
+        if (weight == 0)
+            sumWindows<Sum>(row, line.count, line.width, store);
+        else
+            sumWindows<Sum>(row + 1, line.count, line.width - 2, storeWithEnds);
+    }
 }
 
-// Floats are summed in doubles from the first row to the last, so that no pixel outside a window leaves a trace in it.
-inline void boxColumnFloats(const FrameLine& line, void* user)
+// Floats are summed in doubles, and no sum is ever taken back: a pixel outside a window leaves no trace in it.
+
+// (sum + the weighted ends) / area for the outputs of a line.
+template <typename SumAt>
+[[gnu::always_inline]] inline void finishFloats(float* out, const float* low, const float* high, int32_t n,
+                                                const BoxParameter& box, SumAt sumAt)
 {
-    const auto& box = *static_cast<const BoxParameter*>(user);
-    const bool weighted = box.edge != 0.0;
+    const double inverse = box.inverse;
+    const double edge = box.edge;
+    if (edge == 0.0) {
+        VEXA_INDEPENDENT
+        for (int32_t i = 0; i < n; ++i)
+            out[i] = static_cast<float>(sumAt(i) * inverse);
+    } else {
+        VEXA_INDEPENDENT
+        for (int32_t i = 0; i < n; ++i)
+            out[i] = static_cast<float>((sumAt(i) + (double{low[i]} + high[i]) * edge) * inverse);
+    }
+}
+
+inline void boxColumnFloatsAnew(const FrameLine& line, const BoxParameter& box)
+{
+    constexpr int32_t kPiece = 512;
+    const int32_t first = box.edge != 0.0;
     const int32_t last = line.height - 1;
     alignas(64) double sums[kPiece];
     for (int32_t start = 0; start < line.count; start += kPiece) {
         const int32_t n = std::min(kPiece, line.count - start);
         const auto row = [&](int32_t k) { return static_cast<const float*>(line.rows[k]) + start; };
         std::fill_n(sums, n, 0.0);
-        for (int32_t k = weighted; k <= last - weighted; ++k) {
-            const float* const pixels = row(k);
-            for (int32_t i = 0; i < n; ++i)
-                sums[i] += pixels[i];
-        }
-        auto* const out = static_cast<float*>(line.out) + start;
-        const float* const top = row(0);
-        const float* const bottom = row(last);
-        VEXA_INDEPENDENT
-        for (int32_t i = 0; i < n; ++i) {
-            const double ends = weighted ? (double{top[i]} + bottom[i]) * box.edge : 0.0;
-            out[i] = static_cast<float>((sums[i] + ends) * box.inverse);
+        for (int32_t k = first; k <= last - first; ++k)
+            addTo(sums, sums, row(k), n);
+        finishFloats(static_cast<float*>(line.out) + start, row(0), row(last), n, box,
+                     [&sums](int32_t i) { return sums[i]; });
+    }
+}
+
+// A column window over blocks of as many rows as it has: its rows are the last ones of a block and the first ones of the
+// next. When it covers a block, the sums from each row of the block to its last one are made; from then on the sum of
+// the next block's rows grows line by line. So a line costs the same for any height of the window (van Herk, "A fast
+// algorithm for local minimum and maximum filters on rectangular and octagonal kernels", 1992, has it for minima).
+inline void boxColumnFloats(const FrameLine& line, void* user)
+{
+    constexpr int32_t kMostDirectRows = 8;
+    auto& box = *static_cast<BoxParameter*>(user);
+    const int32_t first = box.edge != 0.0;
+    const int32_t window = line.height - 2 * first;
+    if (!box.sums || window <= kMostDirectRows)
+        return boxColumnFloatsAnew(line, box);
+    const int32_t n = line.count;
+    auto* const grown = static_cast<double*>(box.sums);
+    const auto fromRow = [=](int32_t k) { return grown + int64_t{k + 1} * n; };
+    const auto row = [&](int32_t k) { return static_cast<const float*>(line.rows[k]); };
+    if (line.bandStart || line.newLine) {
+        box.phase = line.bandStart || box.phase + 1 == window ? 0 : box.phase + 1;
+        if (box.phase == 0) {
+            std::copy_n(row(first + window - 1), n, fromRow(window - 1));
+            for (int32_t k = window - 2; k >= 0; --k)
+                addTo(fromRow(k), fromRow(k + 1), row(first + k), n);
+            std::fill_n(grown, n, 0.0);
+        } else {
+            addTo(grown, grown, row(first + window - 1), n);
         }
     }
+    const double* const rest = fromRow(box.phase);
+    finishFloats(static_cast<float*>(line.out), row(0), row(line.height - 1), n, box,
+                 [=](int32_t i) { return rest[i] + grown[i]; });
 }
 
 inline void boxRowFloats(const FrameLine& line, void* user)
 {
     const auto& box = *static_cast<const BoxParameter*>(user);
     const auto* const row = static_cast<const float*>(line.rows[0]);
+    const float* const right = row + line.width - 1;
     auto* const out = static_cast<float*>(line.out);
     const double inverse = box.inverse;
     const double edge = box.edge;
-    if (edge == 0.0)
-        return sumWindows<double>(row, line.count, line.width,
-                                  [=](int32_t i, double sum) { out[i] = static_cast<float>(sum * inverse); });
-    const float* const right = row + line.width - 1;
-    sumWindows<double>(row + 1, line.count, line.width - 2, [=](int32_t i, double sum) {
+    const auto store = [=](int32_t i, double sum) { out[i] = static_cast<float>(sum * inverse); };
+    const auto storeWithEnds = [=](int32_t i, double sum) {
         out[i] = static_cast<float>((sum + (double{row[i]} + right[i]) * edge) * inverse);
-    });
+    };
+    if (line.width > kMostShortWindow)
+        edge == 0.0 ? sumWideWindows<double>(row, line.count, line.width, store)
+                    : sumWideWindows<double>(row + 1, line.count, line.width - 2, storeWithEnds);
+    else
+        edge == 0.0 ? sumWindows<double>(row, line.count, line.width, store)
+                    : sumWindows<double>(row + 1, line.count, line.width - 2, storeWithEnds);
 }
 
 inline constexpr BoxFilters kBoxFilters = {

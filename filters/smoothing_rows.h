@@ -29,6 +29,43 @@ struct NinePoints {
     }
 };
 
+// columns[i] = the sum of three rows, for i below n and up to a vector beyond, which the rows have slack for.
+#if VEXA_LEVEL >= 3
+inline __m512i loadWords(const uint8_t* bytes)
+{
+    return _mm512_cvtepu8_epi16(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(bytes)));
+}
+inline void addThreeRows(const uint8_t* top, const uint8_t* middle, const uint8_t* bottom, uint16_t* columns,
+                         int32_t n)
+{
+    for (int32_t i = 0; i < n; i += 32) {
+        const __m512i sum = _mm512_add_epi16(loadWords(top + i), loadWords(middle + i));
+        _mm512_storeu_si512(columns + i, _mm512_add_epi16(sum, loadWords(bottom + i)));
+    }
+}
+#elif VEXA_LEVEL == 2
+inline __m256i loadWords(const uint8_t* bytes)
+{
+    return _mm256_cvtepu8_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes)));
+}
+inline void addThreeRows(const uint8_t* top, const uint8_t* middle, const uint8_t* bottom, uint16_t* columns,
+                         int32_t n)
+{
+    for (int32_t i = 0; i < n; i += 16) {
+        const __m256i sum = _mm256_add_epi16(loadWords(top + i), loadWords(middle + i));
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(columns + i),
+                            _mm256_add_epi16(sum, loadWords(bottom + i)));
+    }
+}
+#else
+inline void addThreeRows(const uint8_t* top, const uint8_t* middle, const uint8_t* bottom, uint16_t* columns,
+                         int32_t n)
+{
+    for (int32_t i = 0; i < n; ++i)
+        columns[i] = static_cast<uint16_t>(top[i] + middle[i] + bottom[i]);
+}
+#endif
+
 // finish(i, sum of the nine points of output i) for all outputs. A column's sum serves three outputs.
 template <typename Finish>
 [[gnu::always_inline]] inline void sumNineBytes(const FrameLine& line, Finish finish)
@@ -46,14 +83,10 @@ template <typename Finish>
         }
         return;
     }
-    alignas(64) uint16_t columns[kPiece + kMostShared];
+    alignas(64) uint16_t columns[kPiece + kMostShared + 32];
     for (int32_t start = 0; start < line.count; start += kPiece) {
         const int32_t n = std::min(kPiece, line.count - start);
-        const uint8_t* const top = at.top + start;
-        const uint8_t* const middle = at.middle + start;
-        const uint8_t* const bottom = at.bottom + start;
-        for (int32_t i = 0; i < n + right; ++i)
-            columns[i] = static_cast<uint16_t>(top[i] + middle[i] + bottom[i]);
+        addThreeRows(at.top + start, at.middle + start, at.bottom + start, columns, n + right);
         VEXA_INDEPENDENT
         for (int32_t i = 0; i < n; ++i)
             finish(start + i, static_cast<uint16_t>(columns[i] + columns[i + center] + columns[i + right]));
@@ -135,13 +168,15 @@ struct SharpenRow<uint8_t, Mode> {
         sumNineBytes(line, [=](int32_t i, uint16_t sum) {
             const auto center = static_cast<int16_t>(centers[i]);
             const auto t = static_cast<int16_t>(9 * center - static_cast<int16_t>(sum));
-            const auto sign = static_cast<int16_t>(t >> 15);
-            const auto size = static_cast<uint16_t>(static_cast<uint16_t>((t ^ sign) - sign) << 5);
+            const auto size = static_cast<uint16_t>(static_cast<uint16_t>(t < 0 ? -t : t) << 5);
             const auto quotient = static_cast<int16_t>((uint32_t{size} * factor) >> 16);
-            const auto turn = static_cast<int16_t>(sign ^ negative);
+            const auto turn = static_cast<int16_t>((t >> 15) ^ negative);
             const auto change = static_cast<int16_t>((quotient ^ turn) - turn);
             const auto result = static_cast<int16_t>(change + (center & keep));
-            out[i] = static_cast<uint8_t>(both<Mode>(uint8_t{}, result, limits));
+            if constexpr (Mode == 1) // the same byte as that of the slot
+                out[i] = static_cast<uint8_t>(std::clamp<int16_t>(result, 0, limits.highestPixel));
+            else
+                out[i] = static_cast<uint8_t>(both<Mode>(uint8_t{}, result, limits));
         });
     }
 };
