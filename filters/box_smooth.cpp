@@ -28,6 +28,8 @@ namespace
 constexpr int32_t kMostShortWindow = 257;
 // Up to this scale, that of an area of 2, they are scaled in 16 bits.
 constexpr int32_t kMostShortScale = 511;
+// Between rows of sums of floats, so that they do not share cache sets where the width is a power of two.
+constexpr int32_t kFloatSumsGap = 72;
 
 // What a smoothing pass hands to its row functions.
 struct BoxParameter {
@@ -91,7 +93,8 @@ Buffer<uint8_t> columnSums(int32_t imDest, int32_t samples, int32_t type, const 
     if (type == PIX_BYTE)
         return Buffer<uint8_t>(int64_t{cols} * (fitsShort(samples, box.scale) ? 2 : 4));
     constexpr int64_t kMostBytes = int64_t{1} << 30;
-    const int64_t bytes = (int64_t{samples} + 1) * cols * static_cast<int64_t>(sizeof(double));
+    const int64_t bytes =
+        (int64_t{samples} + 1) * (int64_t{cols} + kFloatSumsGap) * static_cast<int64_t>(sizeof(double));
     return samples > 0 && bytes <= kMostBytes ? Buffer<uint8_t>(bytes) : Buffer<uint8_t>();
 }
 

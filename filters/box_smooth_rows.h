@@ -278,6 +278,24 @@ template <typename SumAt>
     }
 }
 
+// A low window, its rows summed in registers.
+template <int32_t Rows>
+void boxColumnFloatsLow(const FrameLine& line, const BoxParameter& box)
+{
+    const int32_t first = box.edge != 0.0;
+    const auto row = [&](int32_t k) { return static_cast<const float*>(line.rows[k]); };
+    const float* rows[Rows];
+    for (int32_t k = 0; k < Rows; ++k)
+        rows[k] = row(first + k);
+    finishFloats(static_cast<float*>(line.out), row(0), row(line.height - 1), line.count, box,
+                 [=](int32_t i) {
+                     double sum = rows[0][i];
+                     for (int32_t k = 1; k < Rows; ++k)
+                         sum += rows[k][i];
+                     return sum;
+                 });
+}
+
 inline void boxColumnFloatsAnew(const FrameLine& line, const BoxParameter& box)
 {
     constexpr int32_t kPiece = 512;
@@ -301,15 +319,22 @@ inline void boxColumnFloatsAnew(const FrameLine& line, const BoxParameter& box)
 // algorithm for local minimum and maximum filters on rectangular and octagonal kernels", 1992, has it for minima).
 inline void boxColumnFloats(const FrameLine& line, void* user)
 {
-    constexpr int32_t kMostDirectRows = 8;
     auto& box = *static_cast<BoxParameter*>(user);
     const int32_t first = box.edge != 0.0;
     const int32_t window = line.height - 2 * first;
-    if (!box.sums || window <= kMostDirectRows)
+    if (window == 1)
+        return boxColumnFloatsLow<1>(line, box);
+    if (window == 3)
+        return boxColumnFloatsLow<3>(line, box);
+    if (window == 5)
+        return boxColumnFloatsLow<5>(line, box);
+    if (window == 7)
+        return boxColumnFloatsLow<7>(line, box);
+    if (!box.sums)
         return boxColumnFloatsAnew(line, box);
     const int32_t n = line.count;
     auto* const grown = static_cast<double*>(box.sums);
-    const auto fromRow = [=](int32_t k) { return grown + int64_t{k + 1} * n; };
+    const auto fromRow = [=](int32_t k) { return grown + int64_t{k + 1} * (n + kFloatSumsGap); };
     const auto row = [&](int32_t k) { return static_cast<const float*>(line.rows[k]); };
     if (line.bandStart || line.newLine) {
         box.phase = line.bandStart || box.phase + 1 == window ? 0 : box.phase + 1;
