@@ -1,10 +1,16 @@
 #include "vexalib/smoothing.h"
 
 #include <cmath>
+#include <numeric>
 
-#include "support/instruction_set.h"
-#include "tests/support/test_failures.h"
-#include "tests/support/test_images.h"
+#include "core/error.h"
+#include "operators/clip_table.h"
+#include "tests/filters/filter_settings.h"
+#include "tests/operators/arithmetic_reference.h"
+#include "vexalib/arithmetic.h"
+#include "vexalib/block.h"
+#include "vexalib/roi_store.h"
+#include "vexalib/statistics.h"
 
 namespace
 {
@@ -100,6 +106,202 @@ TEST_P(LiteralSmoothing, I_ShiftSharpenByAlmostNothingCopies)
     EXPECT_EQ((Row{10, 20, 30, 40}), rowOf(dest, 0));
     EXPECT_EQ(1, I_ShiftSharpen(src, dest, 0.5F, 0.0F, 0.0F));
     EXPECT_EQ((Row{15, 25, 35, 40}), rowOf(dest, 0)); // the last column has no source and keeps what it had
+}
+
+int32_t plainMean(int32_t src, int32_t dst)
+{
+    if (narrowest(src, dst) < 2)
+        return runNineBytes(src, dst, 3, 3, [](const Nine<uint8_t>& nine) {
+            return static_cast<uint8_t>((std::accumulate(nine.begin(), nine.end(), 0) + 4) / 9);
+        });
+    return runNine<float>(src, dst, 3, 3, PIX_FLOAT, [](const Nine<float>& nine) {
+        return static_cast<float>(std::accumulate(nine.begin(), nine.end(), 0.0) / 9.0);
+    });
+}
+
+TEST(AgainstReferenceSmoothing, I_Smooth)
+{
+    expectSame(I_Smooth, plainMean);
+}
+
+int32_t plainSharpen(int32_t src, int32_t dst, int32_t strength, int32_t width, bool keep, int32_t mode)
+{
+    const int32_t size = 2 * width + 1;
+    if (widest(src, dst) == PIX_BYTE)
+        return runNineBytes(src, dst, size, size, [=](const Nine<uint8_t>& nine) {
+            const int32_t around = std::accumulate(nine.begin(), nine.end(), 0) - nine[4];
+            const int64_t t = wrap32(int64_t{8 * nine[4] - around} * strength);
+            return clippedByte(Slot::both, mode, t / 128 + (keep ? nine[4] : 0));
+        });
+    const vexa::ClipLimits limits = vexa::clipLimits();
+    return runNine<float>(src, dst, size, size, PIX_FLOAT, [=](const Nine<float>& nine) {
+        double around = 0.0;
+        for (const std::size_t k : {0U, 1U, 2U, 3U, 5U, 6U, 7U, 8U})
+            around += nine[k];
+        const double t = (8.0 * nine[4] - around) * strength * 0.0078125;
+        const auto x = static_cast<float>(keep ? t + nine[4] : t);
+        const auto clip = [=](float y) {
+            return y < limits.low ? limits.low : limits.high != 0.0F && y >= limits.high ? limits.high : y;
+        };
+        switch (mode) {
+        case 1:
+            return clip(x);
+        case 2:
+            return std::fabs(x);
+        case 3:
+            return clip(x + 128.0F);
+        case 4:
+            return clip(x * 0.5F + 128.0F);
+        case 7:
+            return x * x;
+        default:
+            return x;
+        }
+    });
+}
+
+TEST(AgainstReferenceSmoothing, I_SharpenInEveryClipMode)
+{
+    const int32_t strengths[] = {16, 40, -25, 2000, -2000, 2001, 0, 1, 123456789, INT32_MIN};
+    for (int32_t mode = 0; mode < 8; ++mode) {
+        I_SetClipMode(mode);
+        for (const int32_t strength : strengths) {
+            const int32_t width = 1 + (strength & 3);
+            const bool keep = (strength / 4) % 3 != 0;
+            expectSame(
+                [=](int32_t src, int32_t dst) { return I_Sharpen(src, dst, strength, width, !keep); },
+                [=](int32_t src, int32_t dst) { return plainSharpen(src, dst, strength, width, keep, mode); },
+                kAllTypes, 5);
+        }
+    }
+    I_SetClipMode(1);
+}
+
+// A lattice wider than what shares its column sums.
+TEST(AgainstReferenceSmoothing, I_SharpenFarOff)
+{
+    expectSame([](int32_t src, int32_t dst) { return I_Sharpen(src, dst, 33, 150, 0); },
+               [](int32_t src, int32_t dst) { return plainSharpen(src, dst, 33, 150, true, 1); }, kAllTypes,
+               12);
+}
+
+// A pass of the moving average through the public frame.
+struct PlainWindow {
+    int32_t samples;
+    float edge;
+    float area;
+};
+
+PlainWindow plainWindow(float size)
+{
+    const int32_t samples = static_cast<int32_t>(std::ceil(size)) | 1;
+    return {samples,
+            static_cast<float>(samples) == size ? 0.0F : (size - static_cast<float>(samples - 2)) * 0.5F,
+            size};
+}
+
+// The samples of output i in their order: along the row, or down the rows.
+template <typename Pixel>
+std::vector<Pixel> samplesAt(void** rows, int32_t width, int32_t height, int32_t i)
+{
+    std::vector<Pixel> samples;
+    for (int32_t k = 0; k < height; ++k)
+        for (int32_t j = 0; j < width; ++j)
+            samples.push_back(static_cast<const Pixel*>(rows[k])[i + j]);
+    return samples;
+}
+
+int32_t plainByteRow(int32_t, int32_t, int32_t width, int32_t height, void** rows, void* out, void*,
+                     int32_t n, void* user)
+{
+    const auto& window = *static_cast<const PlainWindow*>(user);
+    const auto scale = static_cast<int64_t>(std::floor(static_cast<float>(1024.0 / window.area) + 0.5F));
+    const auto e = static_cast<int64_t>(window.edge * 1024.0F);
+    for (int32_t i = 0; i < n; ++i) {
+        const std::vector<uint8_t> p = samplesAt<uint8_t>(rows, width, height, i);
+        int64_t sum = std::accumulate(p.begin(), p.end(), int64_t{0});
+        if (e != 0)
+            sum += ((int64_t{p.front()} + p.back()) * e >> 10) - p.front() - p.back();
+        static_cast<uint8_t*>(out)[i] = static_cast<uint8_t>((sum * scale + 512) >> 10);
+    }
+    return 0;
+}
+
+int32_t plainFloatRow(int32_t, int32_t, int32_t width, int32_t height, void** rows, void* out, void*,
+                      int32_t n, void* user)
+{
+    const auto& window = *static_cast<const PlainWindow*>(user);
+    for (int32_t i = 0; i < n; ++i) {
+        const std::vector<float> p = samplesAt<float>(rows, width, height, i);
+        double sum = 0.0;
+        for (std::size_t k = 0; k < p.size(); ++k)
+            sum += p[k] * (window.edge != 0.0F && (k == 0 || k + 1 == p.size()) ? double{window.edge} : 1.0);
+        static_cast<float*>(out)[i] = static_cast<float>(sum * (1.0 / window.area));
+    }
+    return 0;
+}
+
+void plainPass(int32_t src, int32_t dst, float size, bool rows)
+{
+    PlainWindow window = plainWindow(size);
+    const bool bytes = narrowest(src, dst) == PIX_BYTE;
+    I_MxNOperatorType(src, dst, rows ? window.samples : 1, rows ? 1 : window.samples, &window,
+                      bytes ? plainByteRow : plainFloatRow, bytes ? PIX_BYTE : PIX_FLOAT);
+}
+
+int32_t plainBox(int32_t src, int32_t dst, float width, float height)
+{
+    int32_t cols = 0;
+    I_ImGetSize(&cols, nullptr, nullptr, dst);
+    VexaBox box = {};
+    I_ROIBoundingBox(&box.left, &box.top, &box.right, &box.bottom, dst);
+    const std::vector<uint8_t> before = [&] {
+        std::vector<uint8_t> all(static_cast<std::size_t>(cols * (box.bottom - box.top + 1)) * 16);
+        I_GetBlockType(0, box.top, cols, box.bottom - box.top + 1, all.data(), dst, I_ImGetType(dst));
+        return all;
+    }();
+    const int32_t left = static_cast<int32_t>(std::max(0.0F, static_cast<float>(box.left) - width * 0.5F));
+    const int32_t right = static_cast<int32_t>(
+        std::min(static_cast<float>(cols - 1), static_cast<float>(box.right) + width * 0.5F));
+    const bool widened = left < box.left || right > box.right;
+    if (height > 1.0F) {
+        if (widened)
+            I_PushWindowROI(left, box.top, right, box.bottom);
+        plainPass(src, dst, height, false);
+        if (widened)
+            I_PopROI();
+    } else {
+        I_ROICopy(src, dst, 0, 0);
+    }
+    if (width > 1.0F)
+        plainPass(dst, dst, width, true);
+    // The columns beside the box hold what they held.
+    if (height > 1.0F && widened) {
+        const int32_t bytes = I_ImTypeBytes(I_ImGetType(dst));
+        const int32_t rows = box.bottom - box.top + 1;
+        for (int32_t x = left; x <= right; ++x) {
+            if (x >= box.left && x <= box.right)
+                continue;
+            std::vector<uint8_t> column;
+            for (int32_t k = 0; k < rows; ++k)
+                column.insert(column.end(), before.begin() + (k * cols + x) * bytes,
+                              before.begin() + (k * cols + x + 1) * bytes);
+            I_PutBlockType(x, box.top, 1, rows, column.data(), dst, I_ImGetType(dst));
+        }
+    }
+    return 1;
+}
+
+TEST(AgainstReferenceSmoothing, I_MxNSmooth)
+{
+    const float sizes[][2] = {
+        {3, 3},   {1, 3},     {3, 1},        {2, 2},     {1.5F, 4.25F}, {5, 5},           {13, 2.0005F},
+        {1, 1},   {4.2F, 7},  {15, 9},       {31, 1},    {1, 31},       {9, 8.5F},        {100.5F, 1.25F},
+        {257, 3}, {259, 257}, {258.5F, 260}, {600, 515}, {3000, 2500},  {1.001F, 1.001F}, {0.5F, 6}};
+    for (const auto& [width, height] : sizes)
+        expectSame([w = width, h = height](int32_t src, int32_t dst) { return I_MxNSmooth(src, dst, w, h); },
+                   [w = width, h = height](int32_t src, int32_t dst) { return plainBox(src, dst, w, h); },
+                   kAllTypes, width * height > 2000 ? 8 : 14);
 }
 
 } // namespace
