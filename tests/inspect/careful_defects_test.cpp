@@ -200,7 +200,7 @@ TEST_F(LiteralCarefulDefects, LocalAlignmentRemovesEdges)
         I_Subtract(def, ref, diff, 0, 0);
         std::vector<VexaPoint> at(20);
         at.resize(static_cast<std::size_t>(
-            I_ListDefects1(def, ref, diff, at.data(), nullptr, 20, 0, 50, 1, 1, alignRange)));
+            I_ListDefects1(def, ref, diff, at.data(), nullptr, 20, 0, 40, 1, 1, alignRange)));
         return at;
     };
     EXPECT_GT(entries(0).size(), 1U); // the edges count
@@ -266,6 +266,7 @@ TEST_F(LiteralCarefulDefects, EmbossedDotsArePaintedOver)
         const int32_t dx = x % 40 - 20, dy = y % 40 - 20;
         return dx * dx + dy * dy < 60 ? 220 : 60;
     });
+    I_SetClipMode(1);
     const double before = pixel(im, 60, 60);
     const int32_t painted = I_BlackenBraille(im, 16, 0, 100);
     EXPECT_GE(painted, 12);
