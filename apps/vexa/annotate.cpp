@@ -5,6 +5,7 @@
 #include <string>
 
 #include "failure.h"
+#include "glyphs.h"
 #include "vexalib/vexalib.h"
 
 namespace app
@@ -19,22 +20,6 @@ constexpr Color kLine = {32, 32, 220};
 constexpr Color kDigit = {255, 255, 255};
 constexpr int32_t kLineEntry = 200; // of the display palette
 constexpr int32_t kMargin = 3;      // between a defect and its box
-
-// Five columns by seven rows; the top bit of the five is the left column.
-constexpr int32_t kGlyphCols = 5;
-constexpr int32_t kGlyphRows = 7;
-constexpr std::array<std::array<uint8_t, kGlyphRows>, 10> kDigits = {{
-    {14, 17, 19, 21, 25, 17, 14},
-    {4, 12, 4, 4, 4, 4, 14},
-    {14, 17, 1, 2, 4, 8, 31},
-    {31, 2, 4, 2, 1, 17, 14},
-    {2, 6, 10, 18, 31, 2, 2},
-    {31, 16, 30, 1, 1, 17, 14},
-    {6, 8, 16, 30, 17, 17, 14},
-    {31, 1, 2, 4, 8, 8, 8},
-    {14, 17, 17, 14, 17, 17, 14},
-    {14, 17, 17, 15, 1, 2, 12},
-}};
 
 // Gives one entry of the display palette the colour of the boxes; the others stay a ramp of greys.
 void preparePalette()
@@ -66,13 +51,6 @@ void put(Pixels& pixels, int32_t x, int32_t y, Color color)
     pixel[0] = color.blue;
     pixel[1] = color.green;
     pixel[2] = color.red;
-}
-
-bool isInk(char digit, int32_t x, int32_t y)
-{
-    return x < kGlyphCols && (kDigits[static_cast<std::size_t>(digit - '0')][static_cast<std::size_t>(y)] >>
-                                  (kGlyphCols - 1 - x) &
-                              1) != 0;
 }
 
 // How many pixels a dot of the digits has a side: more on a large picture, which is shown reduced.

@@ -62,12 +62,6 @@ void writeReport(const InspectionReport& report, const std::string& folder)
     files.commit();
 }
 
-void print(const std::string& text)
-{
-    if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size() || std::fflush(stdout) != 0)
-        throw Failure("cannot write to the standard output");
-}
-
 std::string describe(const Picture& picture)
 {
     double count = 0.0;
@@ -102,7 +96,7 @@ int runInspect(const InspectCommand& command)
     const InspectionReport report{reference, defect, command.settings, inspection};
     if (!command.folder.empty())
         writeReport(report, command.folder);
-    print(listText(report, command.format));
+    printText(listText(report, command.format));
     detail(countSentence(inspection) +
            (command.folder.empty()
                 ? ""
@@ -129,7 +123,7 @@ int runInfo(const std::vector<std::string>& names)
     int code = 0;
     for (const std::string& name : names) {
         try {
-            print(describe(readPicture(name)));
+            printText(describe(readPicture(name)));
         } catch (const Failure& failure) {
             std::fprintf(stderr, "vexa: %s\n", failure.what());
             code = kFailure;

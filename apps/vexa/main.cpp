@@ -7,7 +7,9 @@
 
 #include "commands.h"
 #include "failure.h"
+#include "profile.h"
 #include "settings.h"
+#include "trace.h"
 #include "vexalib/vexalib.h"
 
 namespace
@@ -138,6 +140,36 @@ CLI::App* addSettings(CLI::App& program, app::SettingsCommand& command)
     return settings;
 }
 
+CLI::App* addProfile(CLI::App& program, app::ProfileCommand& command)
+{
+    CLI::App* profile =
+        program.add_subcommand("profile", "prints the grey values along a line, pixel by pixel");
+    profile->add_option("PICTURE", command.picture, "the picture to read")->required();
+    profile->add_option("START", command.start, "where the line begins")->required()->type_name("X,Y");
+    profile->add_option("END", command.end, "where it ends")->required()->type_name("X,Y");
+    profile
+        ->add_option(
+            "--width", command.width,
+            "lines to average: the line twice, then its neighbours in turn on both sides, each twice")
+        ->check(CLI::Range(1, 1000))
+        ->capture_default_str();
+    profile->add_option("--plot", command.plot, "picture of the curve to write: .png, .bmp, .tif or .tiff");
+    return profile;
+}
+
+CLI::App* addTrace(CLI::App& program, app::TraceCommand& command)
+{
+    CLI::App* trace = program.add_subcommand("trace", "follows a contour, to fractions of a pixel");
+    trace->add_option("PICTURE", command.picture, "the picture to read")->required();
+    trace->add_option("--threshold", command.threshold, "grey level from which on a pixel lies inside")
+        ->required()
+        ->check(CLI::Range(1, 255));
+    trace->add_option("--start", command.start, "trace the contour nearest to this pixel, 0,0 if not given")
+        ->type_name("X,Y");
+    trace->add_option("--out", command.out, "write the points to this file, and print length and area");
+    return trace;
+}
+
 // What the library would show in a box goes nowhere: the program says the sentence itself.
 void swallow(const char*, int32_t) {}
 int32_t swallowBox(const char*, const char*, int32_t, int32_t defaultAnswer)
@@ -166,6 +198,8 @@ int run(int argc, char** argv)
     app::SynthCommand synthCommand;
     app::DiffCommand diffCommand;
     app::SettingsCommand settingsCommand;
+    app::ProfileCommand profileCommand;
+    app::TraceCommand traceCommand;
     std::vector<std::string> names;
     const CLI::App* inspect = addInspect(program, inspectCommand, quiet, verbose);
     const CLI::App* synth = addSynth(program, synthCommand);
@@ -173,6 +207,8 @@ int run(int argc, char** argv)
     info->add_option("PICTURE", names, kPictures)->required();
     const CLI::App* diff = addDiff(program, diffCommand);
     const CLI::App* settings = addSettings(program, settingsCommand);
+    const CLI::App* profile = addProfile(program, profileCommand);
+    const CLI::App* trace = addTrace(program, traceCommand);
 
     try {
         program.parse(argc, argv);
@@ -191,6 +227,10 @@ int run(int argc, char** argv)
         return app::runSynth(synthCommand);
     if (*settings)
         return app::runSettings(settingsCommand);
+    if (*profile)
+        return app::runProfile(profileCommand);
+    if (*trace)
+        return app::runTrace(traceCommand);
     return *diff ? app::runDiff(diffCommand) : app::runInfo(names);
 }
 

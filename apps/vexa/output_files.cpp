@@ -87,6 +87,12 @@ void OutputFiles::discard()
         fs::remove(folder, ignored); // only where it is empty
 }
 
+void printText(const std::string& text)
+{
+    if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size() || std::fflush(stdout) != 0)
+        throw Failure("cannot write to the standard output");
+}
+
 void storeBytes(std::span<const uint8_t> bytes, const std::string& path)
 {
     std::FILE* file = std::fopen(path.c_str(), "wb");

@@ -42,6 +42,8 @@ private:
     std::vector<Written> files_;
 };
 
+// To the standard output; ends the command where that is not possible.
+void printText(const std::string& text);
 void storeBytes(std::span<const uint8_t> bytes, const std::string& path);
 
 } // namespace app
