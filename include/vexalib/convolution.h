@@ -148,6 +148,9 @@ VEXA_API int32_t I_CircleSmooth(int32_t imSrc, int32_t imDest, double diameter);
 ///     e < 1      (1 - e) * value + e * pixel
 ///     otherwise  stays
 ///
+/// Only the block of ceil(diameter + 0.5) pixels a side from (floor(x - diameter / 2 + 0.5), floor(y - diameter /
+/// 2 + 0.5)) is painted, which may cut the soft edge off on its far sides.
+///
 /// @param image    of any type: the block around the disc is read and written as PIX_FLOAT. The region of
 ///                 interest plays no part; what lies outside the image is left out
 /// @param x,y      centre, in fractions of a pixel; pixel (0, 0) has its centre at (0, 0)
