@@ -72,8 +72,8 @@ inline void transposeBytes(const MatrixView& source, const WritableMatrix& dest,
         const int32_t width = std::min(kBlock, blockCols - c);
         for (int32_t r = 0; r < blockRows; r += kBlock) {
             const int32_t height = std::min(kBlock, blockRows - r);
-            for (int32_t i = 0; i < height; i += kPart)
-                for (int32_t j = 0; j < width; j += kPart)
+            for (int32_t j = 0; j < width; j += kPart)
+                for (int32_t i = 0; i < height; i += kPart)
                     transposeSixteen({source.pixels + (c + j) * source.pitch + r + i, source.pitch},
                                      block + i * kBlock + j, kBlock);
             for (int32_t i = 0; i < height; ++i)
@@ -110,12 +110,13 @@ inline void reverseBytes(const uint8_t* source, uint8_t* dest, int32_t n)
 {
     int32_t i = 0;
 #if VEXA_LEVEL >= 3
-    const __m512i bytes =
-        _mm512_broadcast_i32x4(_mm_setr_epi8(15, 14, 13, 12, 11, 10, 9, 8, 7, 6, 5, 4, 3, 2, 1, 0));
-    for (; i + 64 <= n; i += 64) {
-        const __m512i pixels = _mm512_shuffle_epi8(_mm512_loadu_si512(source + n - i - 64), bytes);
-        _mm512_storeu_si512(dest + i, _mm512_shuffle_i32x4(pixels, pixels, 0x1B));
-    }
+    alignas(64) uint8_t places[64];
+    for (int32_t k = 0; k < 64; ++k)
+        places[k] = static_cast<uint8_t>(63 - k);
+    const __m512i reversed = _mm512_load_si512(places);
+    for (; i + 64 <= n; i += 64)
+        _mm512_storeu_si512(dest + i,
+                            _mm512_permutexvar_epi8(reversed, _mm512_loadu_si512(source + n - i - 64)));
 #elif VEXA_LEVEL >= 2
     const __m256i bytes =
         _mm256_broadcastsi128_si256(_mm_setr_epi8(15, 14, 13, 12, 11, 10, 9, 8, 7, 6, 5, 4, 3, 2, 1, 0));
@@ -125,6 +126,12 @@ inline void reverseBytes(const uint8_t* source, uint8_t* dest, int32_t n)
         _mm256_storeu_si256(reinterpret_cast<__m256i*>(dest + i), _mm256_permute4x64_epi64(pixels, 0x4E));
     }
 #endif
+    for (; i + 8 <= n; i += 8) {
+        uint64_t pixels;
+        std::memcpy(&pixels, source + n - i - 8, sizeof pixels);
+        pixels = __builtin_bswap64(pixels);
+        std::memcpy(dest + i, &pixels, sizeof pixels);
+    }
     reversePixels<1>(source, dest + i, n - i);
 }
 

@@ -30,6 +30,15 @@ struct ResampleWalk {
     int64_t step;
     int32_t first;
     double scale;
+
+    // The end of the destination elements that surely lie on source elements below n.
+    int32_t reach(int64_t n, int32_t count) const
+    {
+        const int64_t room = (n << kPositionBits) - position;
+        if (position < 0 || step < 1 || room < 1)
+            return first;
+        return static_cast<int32_t>(std::min<int64_t>(count, first + (room + step - 1) / step));
+    }
 };
 
 using ResampleRow = void (*)(const uint8_t* source, int32_t n, uint8_t* dest, int32_t count,

@@ -26,7 +26,10 @@ template <typename Pixel>
 void nearestRow(const uint8_t* source, int32_t n, uint8_t* dest, int32_t count, const ResampleWalk& walk)
 {
     int64_t position = walk.position;
-    for (int32_t k = walk.first; k < count; ++k, position += walk.step) {
+    int32_t k = walk.first;
+    for (const int32_t end = walk.reach(n, count); k < end; ++k, position += walk.step)
+        storePixel<Pixel>(dest, k, loadPixel<Pixel>(source, position >> kPositionBits));
+    for (; k < count; ++k, position += walk.step) {
         const int64_t i = position >> kPositionBits;
         if (i >= n) {
             fillFrom(dest, k, count, loadPixel<Pixel>(source, n - 1));
@@ -307,6 +310,20 @@ inline void linearCells(const uint8_t*, int32_t, uint8_t*, int32_t, ResampleWalk
 
 #endif
 
+// Between two elements by the fraction of a position.
+template <typename Pixel>
+Pixel mixed(Pixel a, Pixel b, int64_t position)
+{
+    if constexpr (std::is_floating_point_v<Pixel>) {
+        return (b - a) * fractionOf(position) + a;
+    } else {
+        // Differences of bytes times a fraction fit 32 bits.
+        using Product = std::conditional_t<sizeof(Pixel) == 1, int32_t, int64_t>;
+        const auto fraction = static_cast<Product>(position & kFractionMask);
+        return static_cast<Pixel>((((Product{b} - Product{a}) * fraction + 32768) >> kPositionBits) + a);
+    }
+}
+
 template <typename Pixel>
 void linearRow(const uint8_t* source, int32_t n, uint8_t* dest, int32_t count, const ResampleWalk& start)
 {
@@ -314,20 +331,21 @@ void linearRow(const uint8_t* source, int32_t n, uint8_t* dest, int32_t count, c
     if constexpr (sizeof(Pixel) == 1)
         linearCells(source, n, dest, count, walk);
     int64_t position = walk.position;
-    for (int32_t k = walk.first; k < count; ++k, position += walk.step) {
+    int32_t k = walk.first;
+    // As far as both neighbours exist.
+    for (const int32_t end = walk.reach(n - 1, count); k < end; ++k, position += walk.step) {
+        const uint8_t* const from =
+            source + (position >> kPositionBits) * static_cast<int64_t>(sizeof(Pixel));
+        storePixel<Pixel>(dest, k, mixed(loadPixel<Pixel>(from, 0), loadPixel<Pixel>(from, 1), position));
+    }
+    for (; k < count; ++k, position += walk.step) {
         const int64_t i = position >> kPositionBits;
         if (i >= n - 1) {
             fillFrom(dest, k, count, loadPixel<Pixel>(source, n - 1));
             return;
         }
-        const auto a = elementAt<Pixel>(source, n, i);
-        const auto b = elementAt<Pixel>(source, n, i + 1);
-        if constexpr (std::is_floating_point_v<Pixel>)
-            storePixel<Pixel>(dest, k, (b - a) * fractionOf(position) + a);
-        else
-            storePixel<Pixel>(
-                dest, k,
-                static_cast<Pixel>((((int64_t{b} - a) * (position & kFractionMask) + 32768) >> 16) + a));
+        storePixel<Pixel>(
+            dest, k, mixed(elementAt<Pixel>(source, n, i), elementAt<Pixel>(source, n, i + 1), position));
     }
 }
 

@@ -7,6 +7,7 @@
 
 #include "core/image_table.h"
 #include "core/roi.h"
+#include "geometry/direct_pixels.h"
 #include "support/buffer.h"
 #include "support/guard.h"
 #include "support/numbers.h"
@@ -232,6 +233,22 @@ struct TileBuffers {
     Buffer<uint8_t> band;
 };
 
+void readBlock(const Turn& turn, const SourceBlock& block, TileBuffers& buffers)
+{
+    I_GetBlockType(block.x, block.y, block.width, block.height, buffers.block.data(), turn.imSrc, turn.type);
+}
+
+// From image to image.
+void turnDirectly(const Turn& turn, const Tile& tile, const DirectPixels& direct)
+{
+    const SourceBlock block = sourceBlock(turn, tile);
+    rearrange(
+        turn, tile,
+        {direct.source + block.y * direct.sourceStride + int64_t{block.x} * turn.pixelBytes,
+         direct.sourceStride},
+        {direct.dest + tile.y * direct.destStride + int64_t{tile.x} * turn.pixelBytes, direct.destStride});
+}
+
 void turnTile(const Turn& turn, const Tile& tile, TileBuffers& buffers)
 {
     const SourceBlock block = sourceBlock(turn, tile);
@@ -243,28 +260,89 @@ void turnTile(const Turn& turn, const Tile& tile, TileBuffers& buffers)
         source = {buffers.band.data() + int64_t{block.x - turn.box.left} * turn.pixelBytes,
                   bandCols * turn.pixelBytes};
     } else {
-        I_GetBlockType(block.x, block.y, block.width, block.height, buffers.block.data(), turn.imSrc,
-                       turn.type);
+        readBlock(turn, block, buffers);
     }
     rearrange(turn, tile, source, {buffers.tile.data(), int64_t{tile.width} * turn.pixelBytes});
     storeTile(turn, tile, buffers.tile.data());
 }
 
-void turnTiles(const Turn& turn, TileBuffers& buffers)
+// Calls visit for each tile, row by row; before each row of tiles, start with its y and height.
+template <typename Start, typename Visit>
+void forEachTile(const Turn& turn, Start start, Visit visit)
 {
     const VexaBox& box = turn.box;
     const auto side = static_cast<int32_t>(turn.tileSide);
     // Required: no tile starts on the last row or column, so that a remainder of one pixel is left alone.
     for (int64_t y = box.top; y < box.bottom; y += side) {
         const auto height = static_cast<int32_t>(std::min<int64_t>(side, box.bottom - y + 1));
-        if (buffers.band)
-            I_GetBlockType(box.left, static_cast<int32_t>(y), box.right - box.left + 1, height,
-                           buffers.band.data(), turn.imSrc, turn.type);
-        for (int64_t x = box.left; x < box.right; x += side) {
-            const auto width = static_cast<int32_t>(std::min<int64_t>(side, box.right - x + 1));
-            turnTile(turn, {static_cast<int32_t>(x), static_cast<int32_t>(y), width, height}, buffers);
-        }
+        start(static_cast<int32_t>(y), height);
+        for (int64_t x = box.left; x < box.right; x += side)
+            visit({static_cast<int32_t>(x), static_cast<int32_t>(y),
+                   static_cast<int32_t>(std::min<int64_t>(side, box.right - x + 1)), height});
     }
+}
+
+void turnTiles(const Turn& turn, TileBuffers& buffers)
+{
+    const auto readBand = [&](int32_t y, int32_t height) {
+        if (buffers.band)
+            I_GetBlockType(turn.box.left, y, turn.box.right - turn.box.left + 1, height, buffers.band.data(),
+                           turn.imSrc, turn.type);
+    };
+    forEachTile(turn, readBand, [&](const Tile& tile) { turnTile(turn, tile, buffers); });
+}
+
+// How much of a length of pixels the tiles fill.
+int32_t filledLength(int32_t length, int64_t side)
+{
+    return (length - 1) % side == 0 ? length - 1 : length;
+}
+
+// All codes but 7 move a pixel alike in every tile: the tiles' area at once.
+void turnArea(const Turn& turn, const DirectPixels& direct)
+{
+    const VexaBox& box = turn.box;
+    const Tile area = {box.left, box.top, filledLength(box.right - box.left + 1, turn.tileSide),
+                       filledLength(box.bottom - box.top + 1, turn.tileSide)};
+    if (area.width > 0 && area.height > 0)
+        turnDirectly(turn, area, direct);
+}
+
+// Code 7 fills whole tiles directly. Others go through the block, which holds what the tile before left of it.
+void turnDiagonally(const Turn& turn, const DirectPixels& direct, int32_t cols, int32_t rows,
+                    TileBuffers& buffers)
+{
+    SourceBlock skipped = {};
+    const auto visit = [&](const Tile& tile) {
+        const SourceBlock block = sourceBlock(turn, tile);
+        const bool inside = int64_t{block.x} + block.width <= cols && int64_t{block.y} + block.height <= rows;
+        if (inside && tile.width == turn.tileSide && tile.height == turn.tileSide) {
+            turnDirectly(turn, tile, direct);
+            skipped = block;
+            return;
+        }
+        if (skipped.width > 0)
+            readBlock(turn, skipped, buffers);
+        skipped = {};
+        turnTile(turn, tile, buffers);
+    };
+    forEachTile(
+        turn, [](int32_t, int32_t) {}, visit);
+}
+
+// One pass over whole pixels, or one band of them.
+void turnPixels(const Turn& turn, TileBuffers& buffers)
+{
+    DirectPixels direct;
+    int32_t cols = 0;
+    int32_t rows = 0;
+    if (turn.runs || turn.bands > 1 || !findDirectPixels(turn.imSrc, turn.imDest, turn.type, direct) ||
+        !I_ImGetSize(&cols, &rows, nullptr, turn.imSrc))
+        turnTiles(turn, buffers);
+    else if (turn.code == kDiagonal)
+        turnDiagonally(turn, direct, cols, rows, buffers);
+    else
+        turnArea(turn, direct);
 }
 
 int64_t tileSide(const VexaBox& box, int32_t bands)
@@ -320,12 +398,12 @@ int32_t runTurn(Turn& turn, bool inPlace)
             return 0;
     }
     if (turn.bands == 1) {
-        turnTiles(turn, buffers);
+        turnPixels(turn, buffers);
         return 1;
     }
     for (int32_t band = 0; band < turn.bands; ++band) {
         I_SetColorBand(band);
-        turnTiles(turn, buffers);
+        turnPixels(turn, buffers);
     }
     I_SetColorBand(-1);
     return 1;

@@ -54,6 +54,16 @@ struct GatherPlan {
     int32_t highest; // offset of the last four bytes
 };
 
+// True where a run comes so close to an end of the pixels that four bytes might reach beyond it.
+inline bool nearAnEnd(const SamplerContext& context, const GatherPlan& plan, const FixedPath& path, int32_t n)
+{
+    if (plan.step > -4 && plan.step < 4)
+        return true;
+    const int32_t first = path.y >> 16;
+    const int32_t last = path.from(n - 1).y >> 16;
+    return std::min(first, last) < 4 || std::max(first, last) >= context.rowCount - 5;
+}
+
 // False where offsets do not fit, or the image has no four bytes.
 inline bool planGather(const SamplerContext& context, GatherPlan& plan)
 {
@@ -74,13 +84,16 @@ inline bool planGather(const SamplerContext& context, GatherPlan& plan)
 #if VEXA_LEVEL >= 3
 
 // Both neighbours of 16 positions in a row, as pairs of 16-bit numbers.
+template <bool NearEnd>
 inline __m512i gatherPairs(const GatherPlan& plan, __m512i offset)
 {
+    const __m512i pairs =
+        _mm512_broadcast_i32x4(_mm_setr_epi8(0, -1, 1, -1, 4, -1, 5, -1, 8, -1, 9, -1, 12, -1, 13, -1));
+    if constexpr (!NearEnd)
+        return _mm512_shuffle_epi8(_mm512_i32gather_epi32(offset, plan.base, 1), pairs);
     const __m512i held = _mm512_min_epi32(offset, _mm512_set1_epi32(plan.highest));
     const __m512i shift = _mm512_slli_epi32(_mm512_sub_epi32(offset, held), 3);
     const __m512i bytes = _mm512_srlv_epi32(_mm512_i32gather_epi32(held, plan.base, 1), shift);
-    const __m512i pairs =
-        _mm512_broadcast_i32x4(_mm_setr_epi8(0, -1, 1, -1, 4, -1, 5, -1, 8, -1, 9, -1, 12, -1, 13, -1));
     return _mm512_shuffle_epi8(bytes, pairs);
 }
 
@@ -90,11 +103,10 @@ inline __m512i pairOfWeights(__m512i f)
     return _mm512_add_epi32(_mm512_sub_epi32(_mm512_set1_epi32(kSteps), f), _mm512_slli_epi32(f, 16));
 }
 
-inline int32_t rotateVectors(const SamplerContext& context, const FixedPath& path, int32_t n, uint8_t* out)
+template <bool NearEnd>
+int32_t rotateVectors(const SamplerContext& context, const GatherPlan& plan, const FixedPath& path, int32_t n,
+                      uint8_t* out)
 {
-    GatherPlan plan;
-    if (!planGather(context, plan))
-        return 0;
     const __m512i lane = _mm512_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15);
     const __m512i mask = _mm512_set1_epi32(kSteps - 1);
     const __m512i step = _mm512_set1_epi32(plan.step);
@@ -113,8 +125,8 @@ inline int32_t rotateVectors(const SamplerContext& context, const FixedPath& pat
         const __m512i lower = _mm512_mask_add_epi32(upper, hasNext, upper, step);
         const __m512i wx = pairOfWeights(_mm512_and_si512(_mm512_srai_epi32(px, 11), mask));
         const __m512i wy = pairOfWeights(_mm512_and_si512(_mm512_srai_epi32(py, 11), mask));
-        const __m512i h0 = _mm512_madd_epi16(gatherPairs(plan, upper), wx);
-        const __m512i h1 = _mm512_madd_epi16(gatherPairs(plan, lower), wx);
+        const __m512i h0 = _mm512_madd_epi16(gatherPairs<NearEnd>(plan, upper), wx);
+        const __m512i h1 = _mm512_madd_epi16(gatherPairs<NearEnd>(plan, lower), wx);
         const __m512i both = _mm512_or_si512(h0, _mm512_slli_epi32(h1, 16));
         const __m512i pixels = _mm512_srli_epi32(_mm512_madd_epi16(both, wy), 2 * kStepBits);
         _mm_storeu_si128(reinterpret_cast<__m128i*>(out + k), _mm512_cvtepi32_epi8(pixels));
@@ -126,14 +138,17 @@ inline int32_t rotateVectors(const SamplerContext& context, const FixedPath& pat
 
 #elif VEXA_LEVEL >= 2
 
+template <bool NearEnd>
 inline __m256i gatherPairs(const GatherPlan& plan, __m256i offset)
 {
-    const __m256i held = _mm256_min_epi32(offset, _mm256_set1_epi32(plan.highest));
-    const __m256i shift = _mm256_slli_epi32(_mm256_sub_epi32(offset, held), 3);
     const auto* base = reinterpret_cast<const int*>(plan.base);
-    const __m256i bytes = _mm256_srlv_epi32(_mm256_i32gather_epi32(base, held, 1), shift);
     const __m256i pairs =
         _mm256_broadcastsi128_si256(_mm_setr_epi8(0, -1, 1, -1, 4, -1, 5, -1, 8, -1, 9, -1, 12, -1, 13, -1));
+    if constexpr (!NearEnd)
+        return _mm256_shuffle_epi8(_mm256_i32gather_epi32(base, offset, 1), pairs);
+    const __m256i held = _mm256_min_epi32(offset, _mm256_set1_epi32(plan.highest));
+    const __m256i shift = _mm256_slli_epi32(_mm256_sub_epi32(offset, held), 3);
+    const __m256i bytes = _mm256_srlv_epi32(_mm256_i32gather_epi32(base, held, 1), shift);
     return _mm256_shuffle_epi8(bytes, pairs);
 }
 
@@ -142,11 +157,10 @@ inline __m256i pairOfWeights(__m256i f)
     return _mm256_add_epi32(_mm256_sub_epi32(_mm256_set1_epi32(kSteps), f), _mm256_slli_epi32(f, 16));
 }
 
-inline int32_t rotateVectors(const SamplerContext& context, const FixedPath& path, int32_t n, uint8_t* out)
+template <bool NearEnd>
+int32_t rotateVectors(const SamplerContext& context, const GatherPlan& plan, const FixedPath& path, int32_t n,
+                      uint8_t* out)
 {
-    GatherPlan plan;
-    if (!planGather(context, plan))
-        return 0;
     const __m256i lane = _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7);
     const __m256i mask = _mm256_set1_epi32(kSteps - 1);
     const __m256i step = _mm256_set1_epi32(plan.step);
@@ -167,8 +181,8 @@ inline int32_t rotateVectors(const SamplerContext& context, const FixedPath& pat
         const __m256i lower = _mm256_add_epi32(upper, _mm256_and_si256(hasNext, step));
         const __m256i wx = pairOfWeights(_mm256_and_si256(_mm256_srai_epi32(px, 11), mask));
         const __m256i wy = pairOfWeights(_mm256_and_si256(_mm256_srai_epi32(py, 11), mask));
-        const __m256i h0 = _mm256_madd_epi16(gatherPairs(plan, upper), wx);
-        const __m256i h1 = _mm256_madd_epi16(gatherPairs(plan, lower), wx);
+        const __m256i h0 = _mm256_madd_epi16(gatherPairs<NearEnd>(plan, upper), wx);
+        const __m256i h1 = _mm256_madd_epi16(gatherPairs<NearEnd>(plan, lower), wx);
         const __m256i both = _mm256_or_si256(h0, _mm256_slli_epi32(h1, 16));
         const __m256i pixels = _mm256_srli_epi32(_mm256_madd_epi16(both, wy), 2 * kStepBits);
         const __m256i fours = _mm256_shuffle_epi8(pixels, packed);
@@ -186,7 +200,11 @@ inline int32_t rotateVectors(const SamplerContext& context, const FixedPath& pat
 inline void rotateGrey(const SamplerContext& context, const FixedPath& path, int32_t n, uint8_t* out)
 {
 #if VEXA_LEVEL >= 2
-    const int32_t done = rotateVectors(context, path, n, out);
+    GatherPlan plan;
+    int32_t done = 0;
+    if (planGather(context, plan))
+        done = nearAnEnd(context, plan, path, n) ? rotateVectors<true>(context, plan, path, n, out)
+                                                 : rotateVectors<false>(context, plan, path, n, out);
 #else
     const int32_t done = 0;
 #endif

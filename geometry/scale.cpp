@@ -6,9 +6,9 @@
 #include <cstring>
 #include <functional>
 
-#include "core/image_memory.h"
 #include "core/image_table.h"
 #include "core/pixel_types.h"
+#include "geometry/direct_pixels.h"
 #include "support/buffer.h"
 #include "support/guard.h"
 #include "support/numbers.h"
@@ -355,22 +355,6 @@ bool scaleArea(const Scaling& s, ScaleBuffers& buffers)
     return true;
 }
 
-// Source and destination as plain bytes in memory that lie apart, for a pass without copies.
-bool directBytes(const Scaling& s, const ImageRecord*& source, const ImageRecord*& dest)
-{
-    source = imageRecordOrNull(s.imSrc);
-    dest = imageRecordOrNull(s.imDest);
-    const auto direct = [](const ImageRecord* record) {
-        return record->type == PIX_BYTE && record->bytes == 1 && !record->inverted && directPixels(*record);
-    };
-    if (!source || !dest || !direct(source) || !direct(dest) || source->stride < 1 || dest->stride < 1)
-        return false;
-    const uint8_t* from = directPixels(*source);
-    const uint8_t* to = directPixels(*dest);
-    return std::less_equal<>{}(from + pixelSpan(*source), to) ||
-           std::less_equal<>{}(to + pixelSpan(*dest), from);
-}
-
 int32_t halve(const Scaling& s)
 {
     const auto row = truncToInt32(s.yoff);
@@ -380,13 +364,12 @@ int32_t halve(const Scaling& s)
     if (width < 1 || height < 1)
         return 1;
     const auto halveRow = VEXA_ROWS(kScaleRows).halve;
-    const ImageRecord* source = nullptr;
-    const ImageRecord* dest = nullptr;
-    if (directBytes(s, source, dest)) {
+    DirectPixels direct;
+    if (findDirectPixels(s.imSrc, s.imDest, PIX_BYTE, direct)) {
         for (int32_t y = 0; y < height; ++y) {
-            const uint8_t* upper = directPixels(*source) + (row + int64_t{2} * y) * source->stride + s.column;
-            halveRow(upper, upper + source->stride,
-                     directPixels(*dest) + (s.top + int64_t{y}) * dest->stride + s.left, width);
+            const uint8_t* upper = direct.source + (row + int64_t{2} * y) * direct.sourceStride + s.column;
+            halveRow(upper, upper + direct.sourceStride,
+                     direct.dest + (s.top + int64_t{y}) * direct.destStride + s.left, width);
         }
         return 1;
     }

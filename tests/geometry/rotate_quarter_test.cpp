@@ -142,8 +142,7 @@ INSTANTIATE_TEST_SUITE_P(EverySet, Quarter, testing::ValuesIn(vexa::availableIns
 TEST_P(Quarter, LiteralEveryCodeMovesEachPixelAsTold)
 {
     // Sizes of one tile, and of several with a remainder.
-    const int32_t sizes[][2] = {{2, 2},   {5, 3},    {16, 16},   {17, 40},
-                                {64, 64}, {100, 77}, {300, 260}, {600, 300}};
+    const int32_t sizes[][2] = {{2, 2}, {5, 3}, {16, 16}, {17, 40}, {64, 64}, {100, 77}, {300, 260}};
     for (const auto& [W, H] : sizes)
         for (int32_t code = 1; code < 7; ++code) {
             const int32_t src = noise(W, H, PIX_BYTE, 3);
@@ -223,11 +222,11 @@ TEST_P(Quarter, AgainstReferenceEveryType)
 TEST_P(Quarter, AgainstReferenceWindowsAndImagesOfOtherSizes)
 {
     const VexaBox boxes[] = {
-        {3, 5, 50, 40}, {0, 0, 299, 1}, {100, 20, 100, 90}, {60, 61, 320, 280}, {10, 0, 11, 299}};
+        {3, 5, 50, 40}, {0, 0, 299, 1}, {100, 20, 100, 90}, {60, 61, 320, 265}, {10, 0, 11, 269}};
     for (const VexaBox& box : boxes)
         for (int32_t code = 1; code <= 7; ++code) {
-            const int32_t src = noise(310, 290, PIX_BYTE, 11);
-            const int32_t dest = noise(330, 300, PIX_BYTE, 12);
+            const int32_t src = noise(310, 260, PIX_BYTE, 11);
+            const int32_t dest = noise(330, 270, PIX_BYTE, 12);
             I_SetWindowROI(box.left, box.top, box.right, box.bottom);
             check(src, dest, code, box);
             closeImages({src, dest});
@@ -265,7 +264,7 @@ TEST_P(Quarter, LiteralAPolygonKeepsItsRunsAndAScanListItsBox)
 
 TEST_P(Quarter, LiteralInPlace)
 {
-    const int32_t sizes[][2] = {{5, 4}, {30, 30}, {300, 70}, {640, 300}};
+    const int32_t sizes[][2] = {{5, 4}, {30, 30}, {300, 70}, {400, 130}};
     for (const auto& [W, H] : sizes)
         for (int32_t code = 1; code <= 7; ++code) {
             const int32_t im = noise(W, H, PIX_BYTE, 15);
