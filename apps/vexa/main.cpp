@@ -7,6 +7,7 @@
 
 #include "commands.h"
 #include "failure.h"
+#include "geometry.h"
 #include "profile.h"
 #include "settings.h"
 #include "trace.h"
@@ -170,6 +171,45 @@ CLI::App* addTrace(CLI::App& program, app::TraceCommand& command)
     return trace;
 }
 
+CLI::App* addScale(CLI::App& program, app::ScaleCommand& command)
+{
+    CLI::App* scale = program.add_subcommand(
+        "scale", "scales a picture: smaller by means of pixels, larger by linear interpolation");
+    scale->add_option("IN", command.in, kPictures)->required();
+    scale->add_option("OUT", command.out, "picture to write: .png, .bmp, .tif or .tiff")->required();
+    CLI::Option* by =
+        scale->add_option("--by", command.factors, "pixels of the result per pixel of the picture")
+            ->expected(1, 2)
+            ->delimiter(',')
+            ->check(CLI::Range(0.001, 1000.0))
+            ->type_name("FX[,FY]");
+    CLI::Option* to = scale->add_option("--to", command.size, "size of the result in pixels")
+                          ->expected(2)
+                          ->delimiter(',')
+                          ->check(CLI::Range(2, 32767))
+                          ->type_name("W,H")
+                          ->excludes(by);
+    scale->callback([by, to] {
+        if (!*by && !*to)
+            throw CLI::RequiredError("--by or --to");
+    });
+    scale->add_flag("--nearest", command.nearest, "take the nearest pixels");
+    return scale;
+}
+
+CLI::App* addRotate(CLI::App& program, app::RotateCommand& command)
+{
+    CLI::App* rotate = program.add_subcommand("rotate", "turns a picture counter-clockwise about its middle");
+    rotate->add_option("IN", command.in, kPictures)->required();
+    rotate->add_option("OUT", command.out, "picture to write: .png, .bmp, .tif or .tiff")->required();
+    rotate->add_option("--angle", command.degrees, "in degrees; quarter turns are exact")
+        ->check(CLI::Range(-360.0, 360.0))
+        ->required();
+    rotate->add_flag("--nearest", command.nearest, "take the nearest pixels");
+    rotate->add_flag("--keep-size", command.keepSize, "cut off corners instead of making the picture larger");
+    return rotate;
+}
+
 // What the library would show in a box goes nowhere: the program says the sentence itself.
 void swallow(const char*, int32_t) {}
 int32_t swallowBox(const char*, const char*, int32_t, int32_t defaultAnswer)
@@ -200,6 +240,8 @@ int run(int argc, char** argv)
     app::SettingsCommand settingsCommand;
     app::ProfileCommand profileCommand;
     app::TraceCommand traceCommand;
+    app::ScaleCommand scaleCommand;
+    app::RotateCommand rotateCommand;
     std::vector<std::string> names;
     const CLI::App* inspect = addInspect(program, inspectCommand, quiet, verbose);
     const CLI::App* synth = addSynth(program, synthCommand);
@@ -209,6 +251,8 @@ int run(int argc, char** argv)
     const CLI::App* settings = addSettings(program, settingsCommand);
     const CLI::App* profile = addProfile(program, profileCommand);
     const CLI::App* trace = addTrace(program, traceCommand);
+    const CLI::App* scale = addScale(program, scaleCommand);
+    const CLI::App* rotate = addRotate(program, rotateCommand);
 
     try {
         program.parse(argc, argv);
@@ -231,6 +275,10 @@ int run(int argc, char** argv)
         return app::runProfile(profileCommand);
     if (*trace)
         return app::runTrace(traceCommand);
+    if (*scale)
+        return app::runScale(scaleCommand);
+    if (*rotate)
+        return app::runRotate(rotateCommand);
     return *diff ? app::runDiff(diffCommand) : app::runInfo(names);
 }
 
