@@ -184,33 +184,33 @@ GradientSums sumSquares(const GradientBox<float>& box, const GradientRequest& re
 
 // Reads the box, sums, and stores the output block; false without memory.
 template <typename Pixel, typename Sum>
-bool runGradient(int32_t src, int32_t dst, const VexaBox& box, int32_t type, bool startsAsCopy, Sum sum,
+bool runGradient(int32_t imSrc, int32_t imDest, const VexaBox& box, int32_t type, bool startsAsCopy, Sum sum,
                  GradientSums* sums)
 {
     const int32_t width = box.right - box.left + 1;
     const int32_t height = box.bottom - box.top + 1;
     const int64_t pixels = int64_t{width} * height;
     Buffer<Pixel> in(pixels);
-    Buffer<Pixel> out(dst != 0 ? pixels : 0);
+    Buffer<Pixel> out(imDest != 0 ? pixels : 0);
     if (malloctest(in && out ? in.data() : nullptr, "I_Gradient2"))
         return false;
-    I_GetBlockType(box.left, box.top, width, height, in.data(), src, type);
-    if (startsAsCopy && dst != 0)
+    I_GetBlockType(box.left, box.top, width, height, in.data(), imSrc, type);
+    if (startsAsCopy && imDest != 0)
         std::copy_n(in.data(), pixels, out.data());
-    *sums = sum(GradientBox<Pixel>{in.data(), dst != 0 ? out.data() : nullptr, width, height});
-    if (dst != 0)
-        I_PutBlockType(box.left, box.top, width, height, out.data(), dst, type);
+    *sums = sum(GradientBox<Pixel>{in.data(), imDest != 0 ? out.data() : nullptr, width, height});
+    if (imDest != 0)
+        I_PutBlockType(box.left, box.top, width, height, out.data(), imDest, type);
     return true;
 }
 
 // The root of the mean over the strong pixels; false where there is no region, it is smaller than the step, or there
 // is no memory.
-bool gradient(int32_t src, int32_t dst, GradientRequest request, int32_t* count, float* result)
+bool gradient(int32_t imSrc, int32_t imDest, GradientRequest request, int32_t* count, float* result)
 {
     *result = 0.0F;
-    const int32_t type = I_ImGetType(src);
+    const int32_t type = I_ImGetType(imSrc);
     VexaBox box = {};
-    if (!I_ROIBoundingBox(&box.left, &box.top, &box.right, &box.bottom, src))
+    if (!I_ROIBoundingBox(&box.left, &box.top, &box.right, &box.bottom, imSrc))
         return false;
     request.step = std::max(request.step, 1);
     const int64_t cols = int64_t{box.right} - box.left + 1 - request.step;
@@ -223,13 +223,13 @@ bool gradient(int32_t src, int32_t dst, GradientRequest request, int32_t* count,
     bool worked = false;
     if (type != PIX_BYTE) {
         const auto sum = [&](const GradientBox<float>& floats) { return sumSquares(floats, request); };
-        worked = runGradient<float>(src, dst, box, PIX_FLOAT, false, sum, &sums);
+        worked = runGradient<float>(imSrc, imDest, box, PIX_FLOAT, false, sum, &sums);
     } else if (request.directions) {
         const auto sum = [&](const GradientBox<uint8_t>& bytes) { return sumDirections(bytes, request); };
-        worked = runGradient<uint8_t>(src, dst, box, PIX_BYTE, false, sum, &sums);
+        worked = runGradient<uint8_t>(imSrc, imDest, box, PIX_BYTE, false, sum, &sums);
     } else {
         const auto sum = [&](const GradientBox<uint8_t>& bytes) { return sumMagnitudes(bytes, request); };
-        worked = runGradient<uint8_t>(src, dst, box, PIX_BYTE, request.threshold < 255.0F, sum, &sums);
+        worked = runGradient<uint8_t>(imSrc, imDest, box, PIX_BYTE, request.threshold < 255.0F, sum, &sums);
     }
     if (!worked)
         return false;
@@ -244,46 +244,47 @@ bool gradient(int32_t src, int32_t dst, GradientRequest request, int32_t* count,
 
 using namespace vexa;
 
-int32_t I_Edge(int32_t src, int32_t dst, int32_t M, int32_t N)
+int32_t I_Edge(int32_t imSrc, int32_t imDest, int32_t width, int32_t height)
 {
-    const int32_t width = std::max(M, 2);
-    const int32_t height = std::max(N, 2);
-    const FrameFilter row = std::min(width, height) < 3 ? VEXA_ROWS(smallEdgeRow) : VEXA_ROWS(edgeRow);
-    return runFrame(src, dst, width, height, nullptr, row, PIX_BYTE, FrameOutput::straight);
+    const int32_t cols = std::max(width, 2);
+    const int32_t rows = std::max(height, 2);
+    const FrameFilter row = std::min(cols, rows) < 3 ? VEXA_ROWS(smallEdgeRow) : VEXA_ROWS(edgeRow);
+    return runFrame(imSrc, imDest, cols, rows, nullptr, row, PIX_BYTE, FrameOutput::straight);
 }
 
-int32_t I_Sobel(int32_t src, int32_t dst)
+int32_t I_Sobel(int32_t imSrc, int32_t imDest)
 {
     const NinePointFilter sobel = sobelFilter();
-    if (widestType(src, dst) < 2)
-        return runFrame(src, dst, 3, 3, nullptr, sobel.bytes, PIX_BYTE, FrameOutput::straight);
-    return runFrame(src, dst, 3, 3, nullptr, sobel.floats, PIX_FLOAT, FrameOutput::straight);
+    if (widestType(imSrc, imDest) < 2)
+        return runFrame(imSrc, imDest, 3, 3, nullptr, sobel.bytes, PIX_BYTE, FrameOutput::straight);
+    return runFrame(imSrc, imDest, 3, 3, nullptr, sobel.floats, PIX_FLOAT, FrameOutput::straight);
 }
 
-int32_t I_Contour(int32_t src, int32_t dst, int32_t spacing, int32_t mark)
+int32_t I_Contour(int32_t imSrc, int32_t imDest, int32_t spacing, int32_t mark)
 {
     if (spacing == 0)
         return 0;
     ContourParameter parameter = {spacing, mark};
-    return runFrame(src, dst, 3, 3, &parameter, contourFilter().bytes, PIX_BYTE, FrameOutput::straight);
+    return runFrame(imSrc, imDest, 3, 3, &parameter, contourFilter().bytes, PIX_BYTE, FrameOutput::straight);
 }
 
-float I_Gradient(int32_t src, int32_t dst, int32_t step, float threshold, uint32_t* histogram, int32_t* count)
+float I_Gradient(int32_t imSrc, int32_t imDest, int32_t step, float threshold, uint32_t* histogram,
+                 int32_t* count)
 {
     float result = 0.0F;
-    (void)gradient(src, dst, {step, threshold, histogram, nullptr, 0, false}, count, &result);
+    (void)gradient(imSrc, imDest, {step, threshold, histogram, nullptr, 0, false}, count, &result);
     return result;
 }
 
-float I_Gradient2(int32_t src, int32_t dst, int32_t step, float threshold, uint32_t* histogram,
+float I_Gradient2(int32_t imSrc, int32_t imDest, int32_t step, float threshold, uint32_t* histogram,
                   int32_t* count, uint32_t* angles, int32_t angleCount)
 {
     float result = 0.0F;
-    (void)gradient(src, dst, {step, threshold, histogram, angles, angleCount, true}, count, &result);
+    (void)gradient(imSrc, imDest, {step, threshold, histogram, angles, angleCount, true}, count, &result);
     return result;
 }
 
-float I_PeakGradient(int32_t src, int32_t dst, int32_t step, float threshold, uint32_t* histogram,
+float I_PeakGradient(int32_t imSrc, int32_t imDest, int32_t step, float threshold, uint32_t* histogram,
                      int32_t* count)
 {
     Buffer<int32_t> strengths(kDirections);
@@ -292,7 +293,7 @@ float I_PeakGradient(int32_t src, int32_t dst, int32_t step, float threshold, ui
     float unused = 0.0F;
     auto* const angles = reinterpret_cast<uint32_t*>(strengths.data());
     const GradientRequest request = {step, threshold, histogram, angles, kDirections, true};
-    const bool worked = gradient(src, dst, request, count, &unused);
+    const bool worked = gradient(imSrc, imDest, request, count, &unused);
     I_SmoothArrayLong(strengths.data(), kDirections, 3);
     // Of equal ones the last.
     int32_t top = 0;

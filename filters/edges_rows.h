@@ -21,18 +21,19 @@ inline void edgeRow(const FrameLine& line, void*)
 {
     const Lattice<uint8_t> at = latticeOf<uint8_t>(line);
     auto* out = static_cast<uint8_t*>(line.out);
-    const int32_t n = line.count;
-    VEXA_INDEPENDENT
-    for (int32_t i = 0; i < n; ++i) {
-        uint8_t low = at.center[i];
-        uint8_t high = low;
-        for (const uint8_t* sample : {at.nw, at.n, at.ne, at.w, at.e, at.sw, at.s, at.se}) {
-            low = std::min(low, sample[i]);
-            high = std::max(high, sample[i]);
+    forPieces<uint8_t>(line, [=](int32_t start, int32_t n) {
+        VEXA_INDEPENDENT
+        for (int32_t i = start; i < start + n; ++i) {
+            uint8_t low = at.center[i];
+            uint8_t high = low;
+            for (const uint8_t* sample : {at.nw, at.n, at.ne, at.w, at.e, at.sw, at.s, at.se}) {
+                low = std::min(low, sample[i]);
+                high = std::max(high, sample[i]);
+            }
+            out[i] =
+                std::max(static_cast<uint8_t>(high - at.center[i]), static_cast<uint8_t>(at.center[i] - low));
         }
-        out[i] =
-            std::max(static_cast<uint8_t>(high - at.center[i]), static_cast<uint8_t>(at.center[i] - low));
-    }
+    });
 }
 
 // Of neighbourhoods that are less than three wide or high: against the three samples above and to the left.
@@ -40,12 +41,14 @@ inline void smallEdgeRow(const FrameLine& line, void*)
 {
     const Lattice<uint8_t> at = latticeOf<uint8_t>(line);
     auto* out = static_cast<uint8_t*>(line.out);
-    const int32_t n = line.count;
-    VEXA_INDEPENDENT
-    for (int32_t i = 0; i < n; ++i) {
-        const uint8_t center = at.center[i];
-        out[i] = std::max({distance(center, at.nw[i]), distance(center, at.n[i]), distance(center, at.w[i])});
-    }
+    forPieces<uint8_t>(line, [=](int32_t start, int32_t n) {
+        VEXA_INDEPENDENT
+        for (int32_t i = start; i < start + n; ++i) {
+            const uint8_t center = at.center[i];
+            out[i] =
+                std::max({distance(center, at.nw[i]), distance(center, at.n[i]), distance(center, at.w[i])});
+        }
+    });
 }
 
 // One pass over bytes: no sum leaves 16 bits.
@@ -53,16 +56,17 @@ inline void sobelByteRow(const FrameLine& line, void*)
 {
     const Lattice<uint8_t> at = latticeOf<uint8_t>(line);
     auto* out = static_cast<uint8_t*>(line.out);
-    const int32_t n = line.count;
-    VEXA_INDEPENDENT
-    for (int32_t i = 0; i < n; ++i) {
-        const auto falling = static_cast<int16_t>(at.nw[i] - at.se[i]);
-        const auto rising = static_cast<int16_t>(at.sw[i] - at.ne[i]);
-        const auto gx = static_cast<int16_t>(2 * (at.w[i] - at.e[i]) + falling + rising);
-        const auto gy = static_cast<int16_t>(2 * (at.n[i] - at.s[i]) + falling - rising);
-        const auto sum = static_cast<int16_t>(magnitude(gx) + magnitude(gy));
-        out[i] = static_cast<uint8_t>(std::min<int16_t>(sum, 255));
-    }
+    forPieces<uint8_t>(line, [=](int32_t start, int32_t n) {
+        VEXA_INDEPENDENT
+        for (int32_t i = start; i < start + n; ++i) {
+            const auto falling = static_cast<int16_t>(at.nw[i] - at.se[i]);
+            const auto rising = static_cast<int16_t>(at.sw[i] - at.ne[i]);
+            const auto gx = static_cast<int16_t>(2 * (at.w[i] - at.e[i]) + falling + rising);
+            const auto gy = static_cast<int16_t>(2 * (at.n[i] - at.s[i]) + falling - rising);
+            const auto sum = static_cast<int16_t>(magnitude(gx) + magnitude(gy));
+            out[i] = static_cast<uint8_t>(std::min<int16_t>(sum, 255));
+        }
+    });
 }
 
 // The sum is not stored above the float range, whose top is 0 for a destination of floats.
@@ -92,23 +96,25 @@ inline void verticalGradientRow(const FrameLine& line, void*)
 {
     const Lattice<uint8_t> at = latticeOf<uint8_t>(line);
     auto* out = static_cast<uint8_t*>(line.out);
-    const int32_t n = line.count;
-    VEXA_INDEPENDENT
-    for (int32_t i = 0; i < n; ++i) {
-        const auto sides = static_cast<int16_t>(at.nw[i] + at.ne[i] - at.sw[i] - at.se[i]);
-        out[i] = static_cast<uint8_t>(magnitude(static_cast<int16_t>(2 * (at.n[i] - at.s[i]) + sides)));
-    }
+    forPieces<uint8_t>(line, [=](int32_t start, int32_t n) {
+        VEXA_INDEPENDENT
+        for (int32_t i = start; i < start + n; ++i) {
+            const auto sides = static_cast<int16_t>(at.nw[i] + at.ne[i] - at.sw[i] - at.se[i]);
+            out[i] = static_cast<uint8_t>(magnitude(static_cast<int16_t>(2 * (at.n[i] - at.s[i]) + sides)));
+        }
+    });
 }
 inline void horizontalGradientRow(const FrameLine& line, void*)
 {
     const Lattice<uint8_t> at = latticeOf<uint8_t>(line);
     auto* out = static_cast<uint8_t*>(line.out);
-    const int32_t n = line.count;
-    VEXA_INDEPENDENT
-    for (int32_t i = 0; i < n; ++i) {
-        const auto sides = static_cast<int16_t>(at.nw[i] + at.sw[i] - at.ne[i] - at.se[i]);
-        out[i] = static_cast<uint8_t>(magnitude(static_cast<int16_t>(2 * (at.w[i] - at.e[i]) + sides)));
-    }
+    forPieces<uint8_t>(line, [=](int32_t start, int32_t n) {
+        VEXA_INDEPENDENT
+        for (int32_t i = start; i < start + n; ++i) {
+            const auto sides = static_cast<int16_t>(at.nw[i] + at.sw[i] - at.ne[i] - at.se[i]);
+            out[i] = static_cast<uint8_t>(magnitude(static_cast<int16_t>(2 * (at.w[i] - at.e[i]) + sides)));
+        }
+    });
 }
 
 // The remainder of x by a spacing from 2 to 256, whose reciprocal is 65536 / spacing + 1: the quotient's error stays
@@ -143,14 +149,15 @@ inline void contourRow(const FrameLine& line, void* user)
     const auto keep = static_cast<uint8_t>(parameter.mark < 0 ? 0xFF : 0);
     const auto mark = static_cast<uint8_t>(parameter.mark < 0 ? 0x80 : parameter.mark);
     auto* out = static_cast<uint8_t*>(line.out);
-    const int32_t n = line.count;
-    VEXA_INDEPENDENT
-    for (int32_t i = 0; i < n; ++i) {
-        const uint8_t center = at.center[i];
-        const uint8_t high = std::max(std::max(at.n[i], at.w[i]), std::max(at.e[i], at.s[i]));
-        const bool passed = (center < high) & (remainder.of(center) >= remainder.of(high));
-        out[i] = passed ? static_cast<uint8_t>((center & keep) ^ mark) : center;
-    }
+    forPieces<uint8_t>(line, [=](int32_t start, int32_t n) {
+        VEXA_INDEPENDENT
+        for (int32_t i = start; i < start + n; ++i) {
+            const uint8_t center = at.center[i];
+            const uint8_t high = std::max(std::max(at.n[i], at.w[i]), std::max(at.e[i], at.s[i]));
+            const bool passed = (center < high) & (remainder.of(center) >= remainder.of(high));
+            out[i] = passed ? static_cast<uint8_t>((center & keep) ^ mark) : center;
+        }
+    });
 }
 
 inline constexpr NinePointFilter kSobel = {sobelByteRow, sobelFloatRow};

@@ -125,6 +125,7 @@ private:
     void advance(int32_t y);
     void runLine(VexaPoint start, VexaPoint end);
     uint8_t* straightRow(int32_t y) const;
+    const uint8_t* rowAhead(int32_t y) const;
     void continueOutput(int64_t column);
 
     FrameRequest request_;
@@ -280,6 +281,16 @@ uint8_t* FrameRun::straightRow(int32_t y) const
     return pixels ? pixels + int64_t{y} * record->stride + int64_t{box_.left} * record->bytes : nullptr;
 }
 
+const uint8_t* FrameRun::rowAhead(int32_t y) const
+{
+    const ImageRecord* const record = imageRecordOrNull(request_.imSrc);
+    const int64_t ahead = int64_t{y} - ringSize() / 2 + ringSize();
+    if (!record || record->type != request_.type || ahead < 0 || ahead >= record->rows)
+        return nullptr;
+    const uint8_t* const pixels = directPixels(*record);
+    return pixels ? pixels + ahead * record->stride + int64_t{box_.left} * record->bytes : nullptr;
+}
+
 // The byte behind the run is that of the middle row, for filters that look back at their output.
 void FrameRun::continueOutput(int64_t column)
 {
@@ -307,7 +318,8 @@ void FrameRun::runLine(VexaPoint start, VexaPoint end)
                             straight ? nullptr : prevOut_,
                             count,
                             std::exchange(bandStart_, false),
-                            std::exchange(newLine_, false)};
+                            std::exchange(newLine_, false),
+                            rowAhead(y)};
     request_.filter(line, request_.user);
     if (straight)
         return;

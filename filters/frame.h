@@ -28,6 +28,9 @@ struct FrameLine {
     // The rows have moved up by one since the call before: rows[0] was rows[1]. Always so, even where the region skips
     // lines; false for the second and later runs of a line, which have the rows of the first.
     bool newLine;
+    // The source's pixels that the next line will bring in, under out; null where they have no address. For prefetching
+    // alone: the ring gets its row when the line comes.
+    const uint8_t* ahead;
 };
 
 using FrameFilter = void (*)(const FrameLine& line, void* user);

@@ -2,12 +2,17 @@
 #ifndef VEXA_FILTERS_NINE_POINT_H
 #define VEXA_FILTERS_NINE_POINT_H
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
 
 #include "filters/frame.h"
 
 namespace vexa
 {
+
+// Of a row that is worked on together, through the first-level cache.
+inline constexpr int32_t kPieceBytes = 2048;
 
 // The nine samples of output pixel i stand at [i]: the corners, edge midpoints and centre of the neighbourhood.
 template <typename Pixel>
@@ -33,6 +38,21 @@ Lattice<Pixel> latticeOf(const FrameLine& line)
     const int32_t right = line.width - 1;
     return {top,    top + center,    top + right,   middle, middle + center, middle + right,
             bottom, bottom + center, bottom + right};
+}
+
+// Calls function(start, n) for the pixels of a line piece by piece, while the row of the next line comes nearer: a
+// filter that computes for long would otherwise keep the memory idle.
+template <typename Pixel, typename Function>
+[[gnu::always_inline]] inline void forPieces(const FrameLine& line, Function function)
+{
+    constexpr int32_t kPiece = kPieceBytes / sizeof(Pixel);
+    for (int32_t start = 0; start < line.count; start += kPiece) {
+        const int32_t n = std::min(kPiece, line.count - start);
+        if (line.ahead)
+            for (std::size_t byte = 0; byte < static_cast<std::size_t>(n) * sizeof(Pixel); byte += 64)
+                __builtin_prefetch(line.ahead + static_cast<std::size_t>(start) * sizeof(Pixel) + byte, 0, 2);
+        function(start, n);
+    }
 }
 
 // A row function for bytes and one for floats, null where there is none.

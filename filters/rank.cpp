@@ -1,6 +1,7 @@
 #include "vexalib/rank.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cmath>
 #include <cstring>
@@ -19,8 +20,12 @@ namespace vexa
 namespace
 {
 
-// Nine samples of a pixel that is sorted alone.
-using MedianScratch = Buffer<float>;
+// What the rows of a median keep from call to call.
+struct MedianState {
+    Buffer<float> samples; // nine of a pixel that is sorted alone, from the first row that finds memory
+    std::array<bool, 3> odd =
+        {}; // whether a row of the neighbourhood has samples that only sorting alone places
+};
 
 struct DeflickerParameter {
     int32_t mode;
@@ -43,22 +48,22 @@ constexpr int32_t kSkeletonPasses = 11;
 constexpr int32_t kSkeletonRemovals = 4; // a pass that removes fewer is the last one
 
 // Runs a filter on bytes or, where it has a form for them and the type is another one, on floats.
-int32_t runFilter(const NinePointFilter& filter, int32_t src, int32_t dst, int32_t width, int32_t height,
+int32_t runFilter(const NinePointFilter& filter, int32_t imSrc, int32_t imDest, int32_t width, int32_t height,
                   void* user, int32_t type)
 {
     if (type == PIX_BYTE || !filter.floats)
-        return runFrame(src, dst, width, height, user, filter.bytes, PIX_BYTE, FrameOutput::straight);
-    return runFrame(src, dst, width, height, user, filter.floats, PIX_FLOAT, FrameOutput::straight);
+        return runFrame(imSrc, imDest, width, height, user, filter.bytes, PIX_BYTE, FrameOutput::straight);
+    return runFrame(imSrc, imDest, width, height, user, filter.floats, PIX_FLOAT, FrameOutput::straight);
 }
 
-int32_t runBytes(FrameFilter filter, int32_t src, int32_t dst, int32_t width, int32_t height)
+int32_t runBytes(FrameFilter filter, int32_t imSrc, int32_t imDest, int32_t width, int32_t height)
 {
-    return runFrame(src, dst, width, height, nullptr, filter, PIX_BYTE, FrameOutput::straight);
+    return runFrame(imSrc, imDest, width, height, nullptr, filter, PIX_BYTE, FrameOutput::straight);
 }
 
-int32_t narrowestWithoutColor(int32_t src, int32_t dst)
+int32_t narrowestWithoutColor(int32_t imSrc, int32_t imDest)
 {
-    return NarrowestPixelType(orNoImage(src), orNoImage(dst), kNoImage, 1);
+    return NarrowestPixelType(orNoImage(imSrc), orNoImage(imDest), kNoImage, 1);
 }
 
 // A strength in steps of 1/16 from a parameter that may be absent or 0.
@@ -165,19 +170,19 @@ void fieldRow(const FrameLine& line, void* user)
 }
 
 // Whole passes and a partial one for the rest of a step.
-int32_t runSteps(const NinePointFilter& filter, int32_t src, int32_t dst, float steps)
+int32_t runSteps(const NinePointFilter& filter, int32_t imSrc, int32_t imDest, float steps)
 {
-    const int32_t type = narrowestWithoutColor(src, dst);
-    Settling passes(dst);
+    const int32_t type = narrowestWithoutColor(imSrc, imDest);
+    Settling passes(imDest);
     float remaining = steps;
     for (;;) {
         float step = remaining < 1.0F ? remaining : 1.0F;
-        if (!runFilter(filter, src, dst, 3, 3, &step, type))
+        if (!runFilter(filter, imSrc, imDest, 3, 3, &step, type))
             return 0;
         remaining -= step;
         if (!(remaining > 0.0F) || passes.settled())
             return 1;
-        src = dst;
+        imSrc = imDest;
     }
 }
 
@@ -186,17 +191,19 @@ int32_t runSteps(const NinePointFilter& filter, int32_t src, int32_t dst, float 
 
 using namespace vexa;
 
-int32_t I_MxN9ptFilt(int32_t src, int32_t dst, int32_t M, int32_t N, int32_t op, const float* param)
+int32_t I_MxN9ptFilt(int32_t imSrc, int32_t imDest, int32_t width, int32_t height, int32_t op,
+                     const float* param)
 {
     NinePointFilter filter = {};
-    SharpenParams sharpen = {strengthFrom(param, op == 0 ? 40 : 16), op == 10};
-    ContourParameter contour = contourFrom(param);
-    MedianScratch scratch;
+    SharpenParams sharpen = {};
+    ContourParameter contour = {};
+    MedianState median;
     void* user = nullptr;
     switch (op) {
     case 0:
     case 10:
         filter = sharpenFilter();
+        sharpen = {strengthFrom(param, op == 0 ? 40 : 16), op == 10};
         user = &sharpen;
         break;
     case 1:
@@ -208,6 +215,9 @@ int32_t I_MxN9ptFilt(int32_t src, int32_t dst, int32_t M, int32_t N, int32_t op,
         break;
     case 4:
         filter = contourFilter();
+        contour = contourFrom(param);
+        if (contour.spacing == 0)
+            return 0;
         user = &contour;
         break;
     case 5:
@@ -218,7 +228,7 @@ int32_t I_MxN9ptFilt(int32_t src, int32_t dst, int32_t M, int32_t N, int32_t op,
         break;
     case 7:
         filter = VEXA_ROWS(kMedian);
-        user = &scratch;
+        user = &median;
         break;
     case 8:
         filter = verticalGradientFilter();
@@ -235,63 +245,62 @@ int32_t I_MxN9ptFilt(int32_t src, int32_t dst, int32_t M, int32_t N, int32_t op,
     default:
         return 0;
     }
-    if (op == 4 && contour.spacing == 0)
-        return 0;
-    return runFilter(filter, src, dst, M, N, user, widestType(src, dst));
+    return runFilter(filter, imSrc, imDest, width, height, user, widestType(imSrc, imDest));
 }
 
-int32_t I_Median(int32_t src, int32_t dst)
+int32_t I_Median(int32_t imSrc, int32_t imDest)
 {
-    return I_MxN9ptFilt(src, dst, 3, 3, 7, nullptr);
+    return I_MxN9ptFilt(imSrc, imDest, 3, 3, 7, nullptr);
 }
 
-int32_t I_Erode(int32_t src, int32_t dst, float steps)
+int32_t I_Erode(int32_t imSrc, int32_t imDest, float steps)
 {
-    return steps < 0.0F ? I_Dilate(src, dst, -steps) : runSteps(VEXA_ROWS(kErode), src, dst, steps);
+    return steps < 0.0F ? I_Dilate(imSrc, imDest, -steps) : runSteps(VEXA_ROWS(kErode), imSrc, imDest, steps);
 }
 
-int32_t I_Dilate(int32_t src, int32_t dst, float steps)
+int32_t I_Dilate(int32_t imSrc, int32_t imDest, float steps)
 {
-    return steps < 0.0F ? I_Erode(src, dst, -steps) : runSteps(VEXA_ROWS(kDilate), src, dst, steps);
+    return steps < 0.0F ? I_Erode(imSrc, imDest, -steps) : runSteps(VEXA_ROWS(kDilate), imSrc, imDest, steps);
 }
 
-int32_t I_MinPeak(int32_t src, int32_t dst, int32_t M, int32_t N, int32_t peaks)
+int32_t I_MinPeak(int32_t imSrc, int32_t imDest, int32_t width, int32_t height, int32_t peaks)
 {
-    return runBytes(peaks != 0 ? VEXA_ROWS(peakRow) : VEXA_ROWS(pitRow), src, dst, M, N);
+    return runBytes(peaks != 0 ? VEXA_ROWS(peakRow) : VEXA_ROWS(pitRow), imSrc, imDest, width, height);
 }
 
-int32_t I_BinaryDilate(int32_t src, int32_t dst, int32_t steps)
+int32_t I_BinaryDilate(int32_t imSrc, int32_t imDest, int32_t steps)
 {
     const NinePointFilter& filter = steps < 0 ? VEXA_ROWS(kBinaryErode) : VEXA_ROWS(kBinaryDilate);
-    Settling passes(dst);
+    Settling passes(imDest);
     for (int64_t left = std::max<int64_t>(1, std::abs(int64_t{steps})); left > 0; --left) {
-        if (!runBytes(filter.bytes, src, dst, 3, 3))
+        if (!runBytes(filter.bytes, imSrc, imDest, 3, 3))
             return 0;
         if (passes.settled())
             break;
-        src = dst;
+        imSrc = imDest;
     }
     return 1;
 }
 
-int32_t I_Skeleton(int32_t src, int32_t dst)
+int32_t I_Skeleton(int32_t imSrc, int32_t imDest)
 {
     for (int32_t pass = 0; pass < kSkeletonPasses; ++pass) {
         int32_t removed = 0;
-        if (!runFrame(src, dst, 3, 3, &removed, thinRow, PIX_BYTE, FrameOutput::buffered) ||
+        if (!runFrame(imSrc, imDest, 3, 3, &removed, thinRow, PIX_BYTE, FrameOutput::buffered) ||
             removed < kSkeletonRemovals)
             break;
-        src = dst;
+        imSrc = imDest;
     }
     return 1;
 }
 
-int32_t I_Deflicker(int32_t src, int32_t dst, int32_t mode)
+int32_t I_Deflicker(int32_t imSrc, int32_t imDest, int32_t mode)
 {
-    const int32_t narrowest = narrowestWithoutColor(src, dst);
+    const int32_t narrowest = narrowestWithoutColor(imSrc, imDest);
     const int32_t type = narrowest < 2 ? narrowest : static_cast<int32_t>(PIX_FLOAT);
     DeflickerParameter parameter = {mode, type, I_ImTypeBytes(type)};
     const NinePointFilter& means = VEXA_ROWS(kFieldMean);
     const FrameFilter mean = type == PIX_FLOAT ? means.floats : means.bytes;
-    return runFrame(src, dst, 1, 2, &parameter, mode == -1 ? mean : fieldRow, type, FrameOutput::straight);
+    return runFrame(imSrc, imDest, 1, 2, &parameter, mode == -1 ? mean : fieldRow, type,
+                    FrameOutput::straight);
 }

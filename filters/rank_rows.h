@@ -66,14 +66,16 @@ void extremeRow(const FrameLine& line, void* user)
 {
     const Lattice<Pixel> at = latticeOf<Pixel>(line);
     auto* out = static_cast<Pixel*>(line.out);
-    fillByLanes(out, line.count, [&](int32_t i) { return extremeOfNine<Choice>(at, i); });
     const float step = user ? *static_cast<const float*>(user) : 1.0F;
-    // A whole step leaves the extreme as it is, where floats of very different size would not come back exactly.
-    if (step == 1.0F)
-        return;
-    VEXA_INDEPENDENT
-    for (int32_t i = 0; i < line.count; ++i)
-        out[i] = blended(at.center[i], out[i], step);
+    forPieces<Pixel>(line, [&](int32_t start, int32_t n) {
+        fillByLanes(out + start, n, [&](int32_t i) { return extremeOfNine<Choice>(at, start + i); });
+        // A whole step leaves the extreme as it is, where floats of very different size would not come back exactly.
+        if (step == 1.0F)
+            return;
+        VEXA_INDEPENDENT
+        for (int32_t i = start; i < start + n; ++i)
+            out[i] = blended(at.center[i], out[i], step);
+    });
 }
 
 // The median of nine.
@@ -141,50 +143,63 @@ Lanes<Pixel> medianOfColumns(const SortedColumns<Pixel>& a, const SortedColumns<
     return middleOf(low, middleOf(a.middle, b.middle, c.middle), high);
 }
 
-// A piece of a row in a neighbourhood of three columns: each column is sorted once and serves three medians. False
-// where comparisons alone do not give the numbers of selectMedian.
-template <typename Pixel, int32_t Piece>
-bool sharedMedians(const Lattice<Pixel>& at, int32_t start, int32_t n, Pixel* out)
+// A piece of a row in a neighbourhood of three columns: each column is sorted once and serves three medians.
+template <typename Pixel>
+void sharedMedians(const Lattice<Pixel>& at, int32_t start, int32_t n, Pixel* out)
 {
     using Vector = Lanes<Pixel>;
-    // What the last vectors read and write behind the piece.
-    constexpr int32_t kRoom = Piece + 2 * Vector::kCount;
+    // With what the last vectors read and write behind the piece.
+    constexpr int32_t kRoom = kPieceBytes / sizeof(Pixel) + 2 * Vector::kCount;
     alignas(64) Pixel low[kRoom];
     alignas(64) Pixel middle[kRoom];
     alignas(64) Pixel high[kRoom];
-    uint32_t odd = 0;
     for (int32_t i = 0; i < n + 2; i += Vector::kCount) {
-        const Vector top = Vector::load(at.nw + start + i);
-        const Vector center = Vector::load(at.w + start + i);
-        const Vector bottom = Vector::load(at.sw + start + i);
-        odd |= Vector::odd(top) | Vector::odd(center) | Vector::odd(bottom);
-        const SortedColumns<Pixel> columns = sortedColumns(top, center, bottom);
+        const SortedColumns<Pixel> columns = sortedColumns(
+            Vector::load(at.nw + start + i), Vector::load(at.w + start + i), Vector::load(at.sw + start + i));
         columns.low.store(low + i);
         columns.middle.store(middle + i);
         columns.high.store(high + i);
     }
-    if (odd != 0)
-        return false;
     const auto columns = [&](int32_t i) -> SortedColumns<Pixel> {
         return {Vector::load(low + i), Vector::load(middle + i), Vector::load(high + i)};
     };
     fillByLanes(out + start, n,
                 [&](int32_t i) { return medianOfColumns(columns(i), columns(i + 1), columns(i + 2)); });
-    return true;
 }
+
+#if VEXA_LEVEL >= 3
+// Floats are few to a vector: shifting sorted columns from two vectors into one costs less than storing them.
+inline void sharedMedians(const Lattice<float>& at, int32_t start, int32_t n, float* out)
+{
+    using Vector = Lanes<float>;
+    const auto sorted = [&](int32_t i) {
+        return sortedColumns(Vector::load(at.nw + i), Vector::load(at.w + i), Vector::load(at.sw + i));
+    };
+    const auto moved = [](auto by, const SortedColumns<float>& here, const SortedColumns<float>& next) {
+        const auto join = [](Vector a, Vector b) -> Vector {
+            return {_mm512_castsi512_ps(_mm512_alignr_epi32(
+                _mm512_castps_si512(b.value), _mm512_castps_si512(a.value), decltype(by)::value))};
+        };
+        return SortedColumns<float>{join(here.low, next.low), join(here.middle, next.middle),
+                                    join(here.high, next.high)};
+    };
+    SortedColumns<float> next = sorted(start);
+    fillByLanes(out + start, n, [&](int32_t i) {
+        const SortedColumns<float> here = next;
+        next = sorted(start + i + Vector::kCount);
+        return medianOfColumns(here, moved(std::integral_constant<int, 1>{}, here, next),
+                               moved(std::integral_constant<int, 2>{}, here, next));
+    });
+}
+#endif
 
 // The same in neighbourhoods of other widths, which share no columns nearby.
 template <typename Pixel>
-bool latticeMedians(const Lattice<Pixel>& at, int32_t start, int32_t n, Pixel* out)
+void latticeMedians(const Lattice<Pixel>& at, int32_t start, int32_t n, Pixel* out)
 {
-    using Vector = Lanes<Pixel>;
-    uint32_t odd = 0;
-    const auto columns = [&](const Pixel* top, const Pixel* center, const Pixel* bottom) {
-        const Vector a = Vector::load(top);
-        const Vector b = Vector::load(center);
-        const Vector c = Vector::load(bottom);
-        odd |= Vector::odd(a) | Vector::odd(b) | Vector::odd(c);
-        return sortedColumns(a, b, c);
+    const auto columns = [](const Pixel* top, const Pixel* center, const Pixel* bottom) {
+        using Vector = Lanes<Pixel>;
+        return sortedColumns(Vector::load(top), Vector::load(center), Vector::load(bottom));
     };
     fillByLanes(out + start, n, [&](int32_t k) {
         const int32_t i = start + k;
@@ -192,28 +207,55 @@ bool latticeMedians(const Lattice<Pixel>& at, int32_t start, int32_t n, Pixel* o
                                columns(at.n + i, at.center + i, at.s + i),
                                columns(at.ne + i, at.e + i, at.se + i));
     });
-    return odd == 0;
 }
 
-// user: a MedianScratch, filled by the first row that finds memory.
+// True where comparisons alone do not give the numbers of selectMedian.
+template <typename Pixel>
+bool oddIn(const Pixel* row, int32_t n)
+{
+    using Vector = Lanes<Pixel>;
+    uint32_t odd = 0;
+    for (int32_t i = 0; i < n; i += Vector::kCount)
+        odd |= Vector::odd(Vector::load(row + i));
+    return odd != 0;
+}
+
+// Looks at each row once, when it enters, as far as the rows of the lattice follow one another.
+template <typename Pixel>
+bool oddInRows(const FrameLine& line, const Lattice<Pixel>& at, MedianState& state)
+{
+    if constexpr (sizeof(Pixel) == 1)
+        return false;
+    const int32_t n = line.count + line.width - 1;
+    if (line.bandStart || line.height != 3) {
+        state.odd = {oddIn(at.nw, n), oddIn(at.w, n), oddIn(at.sw, n)};
+    } else if (line.newLine) {
+        state.odd = {state.odd[1], state.odd[2], oddIn(at.sw, n)};
+    }
+    return state.odd[0] || state.odd[1] || state.odd[2];
+}
+
 template <typename Pixel>
 void medianRow(const FrameLine& line, void* user)
 {
-    constexpr int32_t kPiece = 2048 / sizeof(Pixel);
-    auto& scratch = *static_cast<MedianScratch*>(user);
-    if (!scratch)
-        scratch = MedianScratch(9);
-    if (malloctest(scratch.data(), "I_Median: %d", 36))
-        return;
+    auto& state = *static_cast<MedianState*>(user);
     const Lattice<Pixel> at = latticeOf<Pixel>(line);
     auto* out = static_cast<Pixel*>(line.out);
-    for (int32_t start = 0; start < line.count; start += kPiece) {
-        const int32_t n = std::min(kPiece, line.count - start);
-        const bool done = line.width == 3 ? sharedMedians<Pixel, kPiece>(at, start, n, out)
-                                          : latticeMedians(at, start, n, out);
-        if (!done)
-            selectedMedians(at, start, n, reinterpret_cast<Pixel*>(scratch.data()), out);
-    }
+    const bool someOdd = oddInRows(line, at, state);
+    if (!state.samples)
+        state.samples = Buffer<float>(9);
+    if (malloctest(state.samples.data(), "I_Median: %d", 36))
+        return;
+    forPieces<Pixel>(line, [&](int32_t start, int32_t n) {
+        const int32_t reach = n + line.width - 1;
+        if (someOdd &&
+            (oddIn(at.nw + start, reach) || oddIn(at.w + start, reach) || oddIn(at.sw + start, reach)))
+            selectedMedians(at, start, n, reinterpret_cast<Pixel*>(state.samples.data()), out);
+        else if (line.width == 3)
+            sharedMedians(at, start, n, out);
+        else
+            latticeMedians(at, start, n, out);
+    });
 }
 
 // Peaks and pits.
