@@ -15,7 +15,6 @@ namespace vexa
 namespace
 {
 
-constexpr const char* kFileName = "ICALIB.DAT";
 constexpr int32_t kEntries = 257;
 constexpr int32_t kMostPoints = 256;
 constexpr int32_t kLineBytes = 80;
@@ -102,25 +101,10 @@ void fill(const int32_t* x, const float* y, int32_t count)
             table[static_cast<std::size_t>(x[k])] = y[k];
 }
 
-void load()
-{
-    state.loaded = true;
-    state.unit[0] = '\0';
-    for (int32_t i = 0; i < kEntries; ++i)
-        state.table[static_cast<std::size_t>(i)] = static_cast<float>(i);
-    std::FILE* const file = std::fopen(kFileName, "r");
-    if (!file)
-        return;
-    const Points points = readPoints(file);
-    std::fclose(file);
-    if (points.count >= 2)
-        fill(points.greyValues.data(), points.intensities.data(), points.count);
-}
-
 std::array<float, kEntries>& loadedTable()
 {
     if (!state.loaded)
-        load();
+        reloadCalibration();
     return state.table;
 }
 
@@ -148,9 +132,19 @@ const char* calibrationUnit()
     return state.unit.data();
 }
 
-void reloadCalibration()
+void reloadCalibration(const char* fileName)
 {
-    load();
+    state.loaded = true;
+    state.unit[0] = '\0';
+    for (int32_t i = 0; i < kEntries; ++i)
+        state.table[static_cast<std::size_t>(i)] = static_cast<float>(i);
+    std::FILE* const file = std::fopen(fileName, "r");
+    if (!file)
+        return;
+    const Points points = readPoints(file);
+    std::fclose(file);
+    if (points.count >= 2)
+        fill(points.greyValues.data(), points.intensities.data(), points.count);
 }
 
 } // namespace vexa

@@ -7,8 +7,8 @@ namespace vexa
 
 // The unit that the calibration file names; empty if it names none. Reads the file if that has not been done.
 const char* calibrationUnit();
-// Reads the calibration file again, for tests and for a fuzzer.
-void reloadCalibration();
+// Reads the table and its unit from a file, as if nothing had been read before: for tests and for a fuzzer.
+void reloadCalibration(const char* fileName = "ICALIB.DAT");
 
 } // namespace vexa
 

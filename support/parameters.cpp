@@ -322,7 +322,7 @@ int32_t ReadStrParam(char* text, int32_t size, const char* key)
     if (held == Held::text)
         return static_cast<int32_t>(fetch(key, "", text, bytes));
     if (!state.writeDefault)
-        return copyText(text, bytes, held == Held::missing ? given : std::string_view());
+        return copyText(text, bytes, held == Held::missing ? given : "");
     storeText(fallback, key);
     return copyText(text, bytes, fallback);
 }
