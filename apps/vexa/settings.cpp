@@ -27,7 +27,7 @@ std::string_view trimmed(std::string_view text)
 
 bool sameName(std::string_view a, std::string_view b)
 {
-    return a.size() == b.size() && strncasecmp(a.data(), b.data(), a.size()) == 0;
+    return a.size() == b.size() && (a.empty() || strncasecmp(a.data(), b.data(), a.size()) == 0);
 }
 
 // The text of a key in the section that was set, as the library reads it; none where there is no such key.

@@ -28,13 +28,13 @@ std::string_view trimmed(std::string_view text)
 {
     const std::size_t first = text.find_first_not_of(kBlanks);
     if (first == std::string_view::npos)
-        return {};
+        return text.substr(0, 0);
     return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
 }
 
 bool sameName(std::string_view a, std::string_view b)
 {
-    return a.size() == b.size() && strncasecmp(a.data(), b.data(), a.size()) == 0;
+    return a.size() == b.size() && (a.empty() || strncasecmp(a.data(), b.data(), a.size()) == 0);
 }
 
 // A file that is not there has an empty text; false for one that cannot be read.
