@@ -50,7 +50,8 @@ private:
     int64_t length_ = 0;
 };
 
-// The array as text, as I_FormatArrayEx writes it, row by row so that a row's room is all that must be known before.
+// The array as text, as I_FormatArrayEx writes it, row by row so that a row's room is all that must be known
+// before.
 bool formatRows(GrowingText& text, const uint8_t* array, int64_t rowBytes, int32_t elementBytes, int32_t rows,
                 const char* numberFormat)
 {

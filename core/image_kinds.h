@@ -17,11 +17,13 @@ inline constexpr int32_t kFirstRegisteredKind = 16;
 struct ImageKindHooks {
     // True if operations are registered for a kind.
     bool (*isRegistered)(int32_t kind) = nullptr;
-    // Makes a record an image of a free instance of a registered kind. False with an error set leaves it to be freed.
+    // Makes a record an image of a free instance of a registered kind. False with an error set leaves it to
+    // be freed.
     bool (*open)(ImageRecord& record, int32_t kind) = nullptr;
     // Asks a registered kind for the present size and type of an image.
     void (*refresh)(ImageRecord& record) = nullptr;
-    // Gives a record its stream, a temporary file if the stream is null. False with an error set leaves it to be freed.
+    // Gives a record its stream, a temporary file if the stream is null. False with an error set leaves it to
+    // be freed.
     bool (*openFile)(ImageRecord& record, FILE* file) = nullptr;
 };
 ImageKindHooks& imageKindHooks();

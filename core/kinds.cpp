@@ -17,7 +17,8 @@ namespace
 
 constexpr int32_t kKinds = 32;
 
-// The operations of a kind. Open images point to them, so a registration stays when another one takes its place.
+// The operations of a kind. Open images point to them, so a registration stays when another one takes its
+// place.
 struct Registration {
     ImageKindOps ops; // inUse is a block of this file's
     Registration* earlier;

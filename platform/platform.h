@@ -53,7 +53,8 @@ std::size_t readProfile(const char* file, const char* section, const char* key, 
 // Writes or replaces the key; 0 if the file cannot be written.
 int32_t writeProfile(const char* file, const char* section, const char* key, const char* text);
 
-// Sets and tells a stream's position from the start of its file, in files of any size; false and -1 where there is none.
+// Sets and tells a stream's position from the start of its file, in files of any size; false and -1 where
+// there is none.
 bool seekFile(std::FILE* file, int64_t position);
 int64_t filePosition(std::FILE* file);
 

@@ -11,8 +11,9 @@
 namespace vexa
 {
 
-// Reads the decimal number that a text begins with, behind blanks and with either sign. Gives the place behind it; null,
-// and the value as it was, where there is none. What is too large is infinite, what is too small is 0.
+// Reads the decimal number that a text begins with, behind blanks and with either sign. Gives the place
+// behind it; null, and the value as it was, where there is none. What is too large is infinite, what is too
+// small is 0.
 template <typename Number>
 const char* readNumber(const char* text, Number& value)
 {

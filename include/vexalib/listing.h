@@ -20,18 +20,20 @@
 /// @name Filling
 /// @{
 
-/// Gives a value to all pixels that hang together with a start pixel and equal it, inside the box of the region of
-/// interest. Pixels hang together through their four sides.
+/// Gives a value to all pixels that hang together with a start pixel and equal it, inside the box of the
+/// region of interest. Pixels hang together through their four sides.
 ///
-/// The box's rows are filled in place where the image's pixels are bytes in memory and the box begins at column 0. Else
-/// the box is read as bytes, filled, and written back, with the conversions of I_GetBlockType and I_PutBlockType: an image
-/// of another type is then filled as its byte picture, and all of the box comes back from that.
+/// The box's rows are filled in place where the image's pixels are bytes in memory and the box begins at
+/// column 0. Else the box is read as bytes, filled, and written back, with the conversions of I_GetBlockType
+/// and I_PutBlockType: an image of another type is then filled as its byte picture, and all of the box comes
+/// back from that.
 ///
 /// @param x,y   start pixel, from the box's left and top (I_ROIBoundingBox)
 /// @param value its low byte counts. The value that is there already changes nothing
-/// @return 1; or 0 for a start outside the box, for image 0 and an image that is not open (its error is set), and with
-///         error 2 without memory: "I_FloodFillArray" for the list of what is left to fill, which leaves the fill
-///         unfinished, or that of the box. Areas of any size and shape are filled; there is no recursion
+/// @return 1; or 0 for a start outside the box, for image 0 and an image that is not open (its error is set),
+///         and with error 2 without memory: "I_FloodFillArray" for the list of what is left to fill, which
+///         leaves the fill unfinished, or that of the box. Areas of any size and shape are filled; there is
+///         no recursion
 VEXA_API int32_t I_FloodFill(int32_t x, int32_t y, int32_t value, int32_t im);
 
 /// The same in an array of rows of bytes.
@@ -49,18 +51,19 @@ VEXA_API int32_t I_FloodFillArray(int32_t x, int32_t y, int32_t value, void **ta
 
 /// Describes an image in one line without a line end: "%3d\t%4dx%4dx%2d %-7s\t%.0f-%.0f\t%.0fMB %.50s\t%s".
 ///
-/// The fields are the number, columns, rows, bytes per pixel, names of type and kind, range of values (I_GetPixValueRange),
-/// size (columns * rows * bytes / 1048576), the comment's first 50 characters, and "inverted" for rows that lie bottom-up.
+/// The fields are the number, columns, rows, bytes per pixel, names of type and kind, range of values
+/// (I_GetPixValueRange), size (columns * rows * bytes / 1048576), the comment's first 50 characters, and
+/// "inverted" for rows that lie bottom-up.
 ///
 ///     " -1\t  40x  30x 1 byt    \t0-0\t0MB plate 7\t"
 ///
-///     types  empty byt wrd DWord float Dfloat cplx Dcplx Palette BGR-15bit BGR-16bit BGR-24bit RGB-24bit BGR-32bit
-///            RGB-32bit PLANAR; all others user
+///     types  empty byt wrd DWord float Dfloat cplx Dcplx Palette BGR-15bit BGR-16bit BGR-24bit RGB-24bit
+///            BGR-32bit RGB-32bit PLANAR; all others user
 ///     kinds  none for memory, file (8), display (16), grabber (21); all others special
 ///
 /// @param buffer receives at most size - 1 characters and a zero
-/// @return 1; 0 for a number at or above 0, a null buffer or a size below 1; 0 with error 20 or 24 for an image that is not
-///         open, lookup name "I_ImGetSize"
+/// @return 1; 0 for a number at or above 0, a null buffer or a size below 1; 0 with error 20 or 24 for an
+///         image that is not open, lookup name "I_ImGetSize"
 VEXA_API int32_t I_DescribeImage(int32_t im, char *buffer, int32_t size);
 
 /// Shows an image's description in a box (as vexa_dprintf), with what I_ComputePixelStats finds:
@@ -83,11 +86,12 @@ VEXA_API int32_t DescribeImages(int32_t im1, int32_t im2, int32_t im3);
 ///
 ///     ROI Type=FullFrame;  Window= 50 50 500 430
 ///
-/// The memory is I_TotalBytesUsed and I_MemAvailable in units of 1048576 bytes; the ROI types are FullFrame, Window,
-/// Polygon, Scanlist; the window is left, top, right, bottom as stored. Every line ends in "\n", and each of the last
-/// three has one in front.
+/// The memory is I_TotalBytesUsed and I_MemAvailable in units of 1048576 bytes; the ROI types are FullFrame,
+/// Window, Polygon, Scanlist; the window is left, top, right, bottom as stored. Every line ends in "\n", and
+/// each of the last three has one in front.
 ///
-/// @return the library's text, good until the next call of any of the three; empty with error 2 "listimages" without memory
+/// @return the library's text, good until the next call of any of the three; empty with error 2 "listimages"
+///         without memory
 VEXA_API const char *ImageListBox1(void);
 /// Copies the listing.
 /// @param buffer receives at most size - 1 characters and a zero; may be null

@@ -1,4 +1,5 @@
-/// Settings in a text file of sections and keys, which documents itself: reading a key that is missing writes its default.
+/// Settings in a text file of sections and keys, which documents itself: reading a key that is missing writes
+/// its default.
 ///
 /// Where     SetParamFile GetParamFile SetParamAppName GetParamAppName SetWriteDefaultParam
 /// Numbers   ReadLongParam ReadIntParam ReadDblParam WriteLongParam WriteIntParam WriteDblParam
@@ -17,13 +18,14 @@
 ///     Gain=2.500000
 ///     Name=left
 ///
-/// The file is read and written by the platform (vexaSetPlatform: readProfile, writeProfile) at every call. Built in, a
-/// write keeps comments, order and all other lines of the file; it replaces the file as a whole, so that a crash leaves
-/// the old one; and it keeps out other processes, and other threads, while it works, so that nobody's keys get lost. Keys
-/// hold no "=", and begin neither with ";" nor with "["; sections hold no "]"; a name that breaks this cannot be written.
+/// The file is read and written by the platform (vexaSetPlatform: readProfile, writeProfile) at every call.
+/// Built in, a write keeps comments, order and all other lines of the file; it replaces the file as a whole,
+/// so that a crash leaves the old one; and it keeps out other processes, and other threads, while it works,
+/// so that nobody's keys get lost. Keys hold no "=", and begin neither with ";" nor with "["; sections hold
+/// no "]"; a name that breaks this cannot be written.
 ///
-/// Numbers are read and written with a decimal point under every locale. Text that begins with no number reads as 0; what
-/// follows a number is left out.
+/// Numbers are read and written with a decimal point under every locale. Text that begins with no number
+/// reads as 0; what follows a number is left out.
 ///
 /// Every read and write shows a box (errorprintf) and gives 0 while file or section are empty:
 ///
@@ -37,8 +39,8 @@
 ///     "WPPS(%s %s %s %s) failed in WriteIArrayParam"               section, key, text, file
 ///     "WPPS(%s %s %s %s) failed in WriteDArrayParam. nvalues=%d"   and the count
 ///
-/// Nothing here sets an error. File, section and flag are process-wide. A null key counts as an empty one, which cannot be
-/// written.
+/// Nothing here sets an error. File, section and flag are process-wide. A null key counts as an empty one,
+/// which cannot be written.
 #ifndef VEXALIB_PARAMETERS_H
 #define VEXALIB_PARAMETERS_H
 
@@ -47,7 +49,8 @@
 /// @name Where
 /// @{
 
-/// Sets the settings file, at first none. @param name copied; null is none, and so are more than 4095 characters
+/// Sets the settings file, at first none. @param name copied; null is none, and so are more than 4095
+/// characters
 VEXA_API void SetParamFile(const char *name);
 /// The settings file, never null; good until the next SetParamFile.
 VEXA_API const char *GetParamFile(void);
@@ -93,7 +96,8 @@ VEXA_API int32_t WriteDblParam(double value, const char *key);
 /// @param text holds the default, and receives at most size - 1 characters and a zero
 /// @return the length of the text; 0 for null and for a size below 1
 VEXA_API int32_t ReadStrParam(char *text, int32_t size, const char *key);
-/// Writes a text up to its first line end. Blanks around it and one pair of quotes around it are not read back.
+/// Writes a text up to its first line end. Blanks around it and one pair of quotes around it are not read
+/// back.
 /// @param text null removes the key
 /// @return 1, or 0 if that failed
 VEXA_API int32_t WriteStrParam(const char *text, const char *key);
@@ -104,10 +108,10 @@ VEXA_API int32_t WriteStrParam(const char *text, const char *key);
 
 /// Reads an array of whole numbers: "1,2;3 4" with a count of 3 gives 1, 2, 3.
 ///
-/// Numbers stand between blanks, commas, semicolons and tabs, each as in ReadLongParam; 800 characters count, and no
-/// number that is cut there.
-/// @param values holds the default: where the key is missing it stays, and is written if the flag is on. Numbers beyond
-///               the count are dropped, missing ones leave what the array holds
+/// Numbers stand between blanks, commas, semicolons and tabs, each as in ReadLongParam; 800 characters count,
+/// and no number that is cut there.
+/// @param values holds the default: where the key is missing it stays, and is written if the flag is on.
+///               Numbers beyond the count are dropped, missing ones leave what the array holds
 /// @return the numbers stored; 0 for null
 VEXA_API int32_t ReadIArrayParam(int32_t *values, int32_t count, const char *key);
 /// The same for numbers in double precision.

@@ -51,8 +51,8 @@ bool load(const char* name, std::string& text)
     return complete;
 }
 
-// Keeps other writers out as long as it lives. The folder is what is locked, since the file itself is replaced. Where a
-// file system knows no locks, the write goes ahead without.
+// Keeps other writers out as long as it lives. The folder is what is locked, since the file itself is
+// replaced. Where a file system knows no locks, the write goes ahead without.
 class WritersLock
 {
 public:
@@ -96,7 +96,8 @@ bool writeAll(int file, std::string_view text)
     return true;
 }
 
-// A settings file is never left half written: the new text takes the old one's place when all of it is on the disk.
+// A settings file is never left half written: the new text takes the old one's place when all of it is on the
+// disk.
 bool save(const std::string& name, const std::string& text)
 {
     const std::string fresh = name + ".new";

@@ -18,7 +18,8 @@ namespace
 
 namespace fs = std::filesystem;
 
-// A current directory of the test's own, with or without a calibration file. What was calibrated before is forgotten.
+// A current directory of the test's own, with or without a calibration file. What was calibrated before is
+// forgotten.
 class CalibrationFolder
 {
 public:

@@ -471,7 +471,8 @@ LargeResults largeResults(int32_t memType, int32_t size)
 
 } // namespace
 
-// Minutes and gigabytes of disk: run by --gtest_also_run_disabled_tests, in a process of its own, with I_TMP on a disk.
+// Minutes and gigabytes of disk: run by --gtest_also_run_disabled_tests, in a process of its own, with I_TMP
+// on a disk.
 TEST(FileKindLarge, DISABLED_AgainstReferencePicturesOf400MegabytesInside200)
 {
     constexpr int32_t kSize = 20000;
