@@ -7,6 +7,7 @@
 
 #include "commands.h"
 #include "failure.h"
+#include "filter.h"
 #include "geometry.h"
 #include "profile.h"
 #include "settings.h"
@@ -129,6 +130,18 @@ CLI::App* addDiff(CLI::App& program, app::DiffCommand& command)
     return diff;
 }
 
+CLI::App* addFilter(CLI::App& program, app::FilterCommand& command)
+{
+    CLI::App* filter = program.add_subcommand("filter", "writes a picture that a filter has gone over");
+    filter->add_option("NAME", command.filter, "a filter of the list below, with its arguments")
+        ->required()
+        ->type_name("NAME[:ARGS]");
+    filter->add_option("IN", command.in, "picture to filter")->required();
+    filter->add_option("OUT", command.out, "picture to write: .png, .bmp, .tif or .tiff")->required();
+    filter->footer(app::filterList());
+    return filter;
+}
+
 CLI::App* addSettings(CLI::App& program, app::SettingsCommand& command)
 {
     CLI::App* settings =
@@ -238,6 +251,7 @@ int run(int argc, char** argv)
     app::SynthCommand synthCommand;
     app::DiffCommand diffCommand;
     app::SettingsCommand settingsCommand;
+    app::FilterCommand filterCommand;
     app::ProfileCommand profileCommand;
     app::TraceCommand traceCommand;
     app::ScaleCommand scaleCommand;
@@ -249,6 +263,7 @@ int run(int argc, char** argv)
     info->add_option("PICTURE", names, kPictures)->required();
     const CLI::App* diff = addDiff(program, diffCommand);
     const CLI::App* settings = addSettings(program, settingsCommand);
+    const CLI::App* filter = addFilter(program, filterCommand);
     const CLI::App* profile = addProfile(program, profileCommand);
     const CLI::App* trace = addTrace(program, traceCommand);
     const CLI::App* scale = addScale(program, scaleCommand);
@@ -269,6 +284,8 @@ int run(int argc, char** argv)
         return app::runInspect(inspectCommand);
     if (*synth)
         return app::runSynth(synthCommand);
+    if (*filter)
+        return app::runFilter(filterCommand);
     if (*settings)
         return app::runSettings(settingsCommand);
     if (*profile)

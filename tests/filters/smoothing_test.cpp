@@ -5,6 +5,7 @@
 
 #include "core/error.h"
 #include "operators/clip_table.h"
+#include "support/buffer.h"
 #include "tests/filters/filter_settings.h"
 #include "tests/operators/arithmetic_reference.h"
 #include "vexalib/arithmetic.h"
@@ -86,13 +87,6 @@ TEST_P(LiteralSmoothing, I_MxNSmoothOfWhiteByThirteenIsBlack)
     EXPECT_EQ(Row(40, 0.0), rowOf(dest, 1));
     EXPECT_EQ(1, I_MxNSmooth(white, dest, 15.0F, 1.0F)); // (15 * 255 * 68 + 512) >> 10 = 254
     EXPECT_EQ(Row(40, 254.0), rowOf(dest, 1));
-}
-
-TEST(LiteralSmoothArray, I_SmoothArrayFloatOfSixByFiveWeighsByOneTwoOne)
-{
-    float a[] = {4, 8, 16, 32, 64, 128};
-    EXPECT_EQ(1, I_SmoothArrayFloat(a, 6, 5));
-    EXPECT_THAT(a, testing::ElementsAre(6, 9, 18, 36, 72, 96));
 }
 
 TEST_P(LiteralSmoothing, I_ShiftSharpenByAlmostNothingCopies)
@@ -302,6 +296,166 @@ TEST(AgainstReferenceSmoothing, I_MxNSmooth)
         expectSame([w = width, h = height](int32_t src, int32_t dst) { return I_MxNSmooth(src, dst, w, h); },
                    [w = width, h = height](int32_t src, int32_t dst) { return plainBox(src, dst, w, h); },
                    kAllTypes, width * height > 2000 ? 8 : 14);
+}
+
+// NaN and infinity, and numbers beside which others vanish, leave no trace outside their windows.
+TEST(AgainstReferenceSmoothing, I_MxNSmoothForgetsWhatLeavesTheWindow)
+{
+    for (const double wild : {static_cast<double>(NAN), static_cast<double>(INFINITY), 1e30}) {
+        const int32_t src = floatImage(
+            60, 60, [=](int32_t x, int32_t y) { return x == 20 && y == 20 ? wild : 0.25 * (x + y); });
+        for (const vexa::InstructionSet set : vexa::availableInstructionSets()) {
+            vexa::limitInstructionSet(set);
+            const int32_t dst = floatImage(60, 60);
+            EXPECT_EQ(1, I_MxNSmooth(src, dst, 11.0F, 13.0F));
+            EXPECT_FALSE(std::fabs(pixel(dst, 25, 26)) < 1e20);
+            for (int32_t y = 7; y < 53; ++y)
+                for (int32_t x = 6; x < 54; ++x)
+                    if (std::abs(x - 20) > 5 || std::abs(y - 20) > 6) {
+                        ASSERT_NEAR(0.25 * (x + y), pixel(dst, x, y), 1e-5) << x << ' ' << y;
+                    }
+            I_ImClose(dst);
+        }
+        vexa::limitInstructionSet(vexa::InstructionSet::avx512);
+    }
+    I_ImCloseAll();
+}
+
+int32_t plainUnsharp(int32_t src, int32_t dst, float width, float height, float gain)
+{
+    const int32_t low = I_CloneImage(src, PIX_FLOAT, 0);
+    const int32_t previous = I_SetBorderMode(-2, nullptr, PIX_FLOAT);
+    plainBox(src, low, width, height);
+    I_SetBorderMode(previous, nullptr, PIX_FLOAT);
+    float mean = 0.0F;
+    I_PixelStats(low, nullptr, nullptr, &mean, nullptr);
+    I_Subtract(src, low, low, 0, 0);
+    const float factor = gain <= 0.1F ? 1.0F : gain;
+    I_ScaleIntensityROI(low, dst, double{mean} / factor, factor);
+    I_ImClose(low);
+    return 1;
+}
+
+TEST(AgainstReferenceSmoothing, I_UnsharpMask)
+{
+    for (const float gain : {0.0F, 1.0F, 2.5F})
+        expectSame([=](int32_t src, int32_t dst) { return I_UnsharpMask(src, dst, 7.0F, 5.5F, gain); },
+                   [=](int32_t src, int32_t dst) { return plainUnsharp(src, dst, 7.0F, 5.5F, gain); },
+                   {PIX_BYTE, PIX_WORD, PIX_FLOAT}, 20);
+}
+
+class FailuresSmoothing : public testing::Test
+{
+protected:
+    void TearDown() override
+    {
+        I_SetBorderMode(-1, nullptr, 0);
+        I_SetROIType(0);
+        I_ImCloseAll();
+        clearError();
+    }
+    int32_t src = noiseImage(30, 20, 1);
+    int32_t dst = noiseImage(30, 20, 2);
+};
+
+TEST_F(FailuresSmoothing, UnsharpMaskLeavesTheBorderModeAndNoImage)
+{
+    I_SetBorderMode(-5, nullptr, 0);
+    EXPECT_EQ(1, I_UnsharpMask(src, dst, 5.0F, 5.0F, 1.0F));
+    EXPECT_EQ(2, I_ImCount());
+    EXPECT_EQ(-5, I_SetBorderMode(-1, nullptr, 0));
+    EXPECT_EQ(0, I_UnsharpMask(-90, dst, 5.0F, 5.0F, 1.0F));
+    EXPECT_EQ(20, I_GetError(nullptr, 0));
+}
+
+TEST_F(FailuresSmoothing, TheRegionAndTheStripsBesideItAreAsBefore)
+{
+    const std::vector<uint8_t> before = bytesOf(dst);
+    I_SetWindowROI(10, 5, 19, 14);
+    EXPECT_EQ(1, I_MxNSmooth(src, dst, 9.0F, 7.0F));
+    int32_t left = 0, top = 0, right = 0, bottom = 0;
+    I_GetWindowROI(&left, &top, &right, &bottom);
+    EXPECT_EQ(1, I_GetROIType());
+    EXPECT_THAT((std::vector{left, top, right, bottom}), testing::ElementsAre(10, 5, 19, 14));
+    const std::vector<uint8_t> after = bytesOf(dst);
+    for (std::size_t i = 0; i < before.size(); ++i) {
+        const std::size_t x = i % 30;
+        const std::size_t y = i / 30;
+        if (x < 10 || x > 19 || y < 5 || y > 14) {
+            ASSERT_EQ(before[i], after[i]) << x << ' ' << y;
+        }
+    }
+    EXPECT_NE(before, after);
+}
+
+TEST_F(FailuresSmoothing, ImagesThatAreNotOpen)
+{
+    EXPECT_EQ(0, I_Smooth(-90, dst));
+    EXPECT_EQ(20, I_GetError(nullptr, 0));
+    EXPECT_EQ(0, I_Sharpen(src, -90, 16, 1, 0));
+    EXPECT_EQ(1, I_MxNSmooth(-90, dst, 3.0F, 3.0F));
+    EXPECT_EQ(1, I_MxNSmooth(src, -90, 3.0F, 3.0F));
+    EXPECT_EQ(0, I_Sharpen(src, dst, 16, -7, 0));
+    EXPECT_EQ("I_Sharpen: width=-7", errorText());
+    EXPECT_EQ(0, I_Sharpen(src, dst, 16, INT32_MAX, 0));
+    EXPECT_EQ(2, I_GetError(nullptr, 0));
+}
+
+TEST_F(FailuresSmoothing, WithoutMemory)
+{
+    const auto failed = [](int64_t result) {
+        EXPECT_EQ(0, result);
+        EXPECT_EQ(2, I_GetError(nullptr, 0));
+    };
+    forEachFailingAllocation([&] { return I_Smooth(src, dst); }, failed);
+    forEachFailingAllocation([&] { return I_Sharpen(src, dst, 16, 1, 0); }, failed);
+    // Sums that find no memory cost time only; all else leaves an error.
+    const auto one = [](int64_t result) { EXPECT_EQ(1, result); };
+    I_SetWindowROI(10, 5, 19, 14);
+    forEachFailingAllocation([&] { return I_MxNSmooth(src, dst, 9.0F, 7.0F); }, one);
+    EXPECT_EQ(1, I_GetROIType());
+    const Messages messages;
+    forEachFailingAllocation([&] { return I_UnsharpMask(src, dst, 5.0F, 5.0F, 1.0F); }, [](int64_t) {});
+    EXPECT_EQ(2, I_ImCount());
+}
+
+// What finds no memory for its sums computes the same.
+TEST_F(FailuresSmoothing, WithoutMemoryForSumsTheResultIsTheSame)
+{
+    const int32_t floats = I_CloneImage(src, PIX_FLOAT, 1);
+    for (const int32_t im : {src, floats}) {
+        for (const float height : {3.0F, 9.0F, 12.5F, 300.0F}) {
+            const int32_t expected = I_CloneImage(im, 0, 0);
+            const int32_t found = I_CloneImage(im, 0, 0);
+            EXPECT_EQ(1, I_MxNSmooth(im, expected, 1.0F, height));
+            bool same = false;
+            // The sums are one of the first allocations.
+            for (int64_t n = 1; n < 8 && !same; ++n) {
+                I_ImClear(found, 0.0);
+                clearError();
+                vexa::failAllocation(n, false);
+                I_MxNSmooth(im, found, 1.0F, height);
+                const bool met = vexa::allocationState().failed > 0;
+                vexa::failAllocation(0, false);
+                same = met && I_GetError(nullptr, 0) == 0 && bytesOf(expected) == bytesOf(found);
+            }
+            EXPECT_TRUE(same) << height;
+            I_ImClose3(expected, found, 0);
+        }
+    }
+}
+
+int32_t smoothBreakCount = 0;
+
+TEST_F(FailuresSmoothing, BreakEndsAPass)
+{
+    smoothBreakCount = 0;
+    vexa::setUserBreakHook([](int32_t) { return static_cast<int32_t>(++smoothBreakCount == 1); });
+    const std::vector<uint8_t> before = bytesOf(dst);
+    EXPECT_EQ(0, I_Smooth(src, dst));
+    EXPECT_EQ(6, I_GetError(nullptr, 0));
+    EXPECT_EQ(before, bytesOf(dst));
+    vexa::setUserBreakHook(nullptr);
 }
 
 } // namespace

@@ -14,3 +14,8 @@ if [[ $printed != "(20, 10) contrast 100" ]]; then
     echo "subtract printed: $printed"
     exit 1
 fi
+printed=$(./row_filter defect.bmp contrast.bmp 7 5)
+if [[ $printed != "highest contrast in 7 x 5 pixels: 100" || ! -s contrast.bmp ]]; then
+    echo "row_filter printed: $printed"
+    exit 1
+fi
