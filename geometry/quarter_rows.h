@@ -1,5 +1,5 @@
-// Matrices of pixels turned, transposed and reversed. Compiled once per instruction set, hence no include guard. Pitches
-// are in bytes and may be negative: a matrix then stands on its last row.
+// Matrices of pixels turned, transposed and reversed. Compiled once per instruction set, hence no include
+// guard. Pitches are in bytes and may be negative: a matrix then stands on its last row.
 
 namespace vexa::VEXA_TARGET
 {
@@ -60,7 +60,8 @@ inline void transposeSixteen(const MatrixView& source, uint8_t* dest, int64_t pi
         _mm_storeu_si128(reinterpret_cast<__m128i*>(dest + i * pitch), a[i]);
 }
 
-// Blocks of 64 by 64 bytes go by way of the first-level cache, so that the destination is written in whole lines.
+// Blocks of 64 by 64 bytes go by way of the first-level cache, so that the destination is written in whole
+// lines.
 inline void transposeBytes(const MatrixView& source, const WritableMatrix& dest, int32_t cols, int32_t rows)
 {
     constexpr int32_t kBlock = 64;

@@ -19,8 +19,8 @@ namespace vexa
 namespace
 {
 
-// Source positions are 16.16 fixed point. They start as such a 32-bit number and are carried in 64 bits, so that they
-// go on rising in arrays of more than 32767 elements.
+// Source positions are 16.16 fixed point. They start as such a 32-bit number and are carried in 64 bits, so
+// that they go on rising in arrays of more than 32767 elements.
 constexpr int32_t kPositionBits = 16;
 constexpr int64_t kFractionMask = 0xffff;
 

@@ -1,5 +1,5 @@
-// Resampling and blending of rows. Compiled once per instruction set, hence no include guard. Pixels may lie at any
-// address.
+// Resampling and blending of rows. Compiled once per instruction set, hence no include guard. Pixels may lie
+// at any address.
 
 #include "core/convert_row.h"
 
@@ -218,7 +218,8 @@ inline void areaFloats(const uint8_t* source, int32_t n, uint8_t* dest, int32_t 
 
 #if VEXA_LEVEL >= 3
 
-// Outputs between pixels that lie at most one apart, 32 at a time, as far as 33 elements can be read. Moves the walk on.
+// Outputs between pixels that lie at most one apart, 32 at a time, as far as 33 elements can be read. Moves
+// the walk on.
 inline void linearCells(const uint8_t* source, int32_t n, uint8_t* dest, int32_t count, ResampleWalk& walk)
 {
     constexpr int32_t kCells = 32;

@@ -78,7 +78,8 @@ constexpr double kFixedOne = 65536.0;
 constexpr double kBytesPerMegabyte = 1e6;
 // Positions have 11 fractional bits more than a sampler's.
 constexpr int32_t kExtraBits = 11;
-// So many runs are turned together, in pieces of so many columns: the slanted path through the source stays in the cache.
+// So many runs are turned together, in pieces of so many columns: the slanted path through the source stays
+// in the cache.
 constexpr int32_t kRunsTogether = 64;
 constexpr int32_t kStripCols = 256;
 

@@ -308,7 +308,8 @@ void turnArea(const Turn& turn, const DirectPixels& direct)
         turnDirectly(turn, area, direct);
 }
 
-// Code 7 fills whole tiles directly. Others go through the block, which holds what the tile before left of it.
+// Code 7 fills whole tiles directly. Others go through the block, which holds what the tile before left of
+// it.
 void turnDiagonally(const Turn& turn, const DirectPixels& direct, int32_t cols, int32_t rows,
                     TileBuffers& buffers)
 {

@@ -1,5 +1,5 @@
-// Runs of rotated pixels. Compiled once per instruction set, hence no include guard. All positions of a run lie inside
-// the source.
+// Runs of rotated pixels. Compiled once per instruction set, hence no include guard. All positions of a run
+// lie inside the source.
 
 namespace vexa::VEXA_TARGET
 {

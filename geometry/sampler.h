@@ -37,8 +37,8 @@ struct SamplerContext {
 // Writes the pixel at a position from 0 to maxX, maxY to context.out, which it does not move.
 using Sampler = void (*)(const SamplerContext& context, int32_t x32, int32_t y32);
 
-// Fills the context and returns the sampler; null, with an error left, without an image or without memory for the
-// private copy ("Malloc failed: RotatePrep %.1f MBytes").
+// Fills the context and returns the sampler; null, with an error left, without an image or without memory for
+// the private copy ("Malloc failed: RotatePrep %.1f MBytes").
 [[nodiscard]] Sampler rotatePrep(int32_t im, int32_t pixelType, int32_t smooth, SamplerContext& context);
 
 } // namespace vexa

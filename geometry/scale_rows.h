@@ -54,8 +54,8 @@ inline void addLine(const float* line, float times, float* sum, int64_t n)
         sum[i] += line[i] * times;
 }
 
-// The part f of the last row goes into this cell, and is carried so that the next cell leaves it out. sum becomes the
-// cell's mean.
+// The part f of the last row goes into this cell, and is carried so that the next cell leaves it out. sum
+// becomes the cell's mean.
 inline void endCell(const float* line, double f, double weight, float* carry, float* sum, int64_t n)
 {
     for (int64_t i = 0; i < n; ++i) {

@@ -47,8 +47,8 @@ void storeRun(const Mirror& mirror, const VexaPoint* run, int32_t y, const uint8
     I_PutBlockType(left, y, right - left + 1, 1, row + offset, mirror.imDest, mirror.type);
 }
 
-// The runs on one row are taken from the front of the list, and those on its mirrored row from the end. Both rows have
-// been read before either is written, so that source and destination may be one image.
+// The runs on one row are taken from the front of the list, and those on its mirrored row from the end. Both
+// rows have been read before either is written, so that source and destination may be one image.
 void mirrorRows(Mirror& mirror, uint8_t* upper, uint8_t* lower)
 {
     while (mirror.first <= mirror.last) {

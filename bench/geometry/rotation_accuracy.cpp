@@ -1,5 +1,6 @@
-// Rotation beside a well-known library's: both turn the same picture, bilinearly, and away from the border no pixel may
-// differ by more than two grey levels. Prints the largest and the mean difference per angle; exits with 1 beyond that.
+// Rotation beside a well-known library's: both turn the same picture, bilinearly, and away from the border no
+// pixel may differ by more than two grey levels. Prints the largest and the mean difference per angle; exits
+// with 1 beyond that.
 #include <cmath>
 #include <cstdio>
 #include <cstring>

@@ -40,8 +40,8 @@
 ///     not 0      all others, PIX_PALETTE        nearest
 ///     0          all                            nearest: (position + 16/32) truncated
 ///
-/// The working type is the lower of the two images' type codes. A source of that width in memory is sampled as
-/// it stands; any other is converted as a whole first.
+/// The working type is the lower of the two images' type codes. A source of that width in memory is sampled
+/// as it stands; any other is converted as a whole first.
 ///
 /// @param cx,cy  centre, in pixels
 /// @param m      six floats, not changed; {1, 0, 0, 0, 1, 0} copies the region. Null: 0
@@ -116,21 +116,21 @@ VEXA_API void I_SetRotateSmooth(int32_t flag);
 /// to 3, and its width and height for all others, code 7 among them. The mirroring is that of the limited
 /// box.
 ///
-/// The box is filled by tiles of T by T pixels from its upper left corner on: for a box of w by h pixels, with
-/// s = 255, s becomes w if w < max(65280 / h, s), else 65280 / h if that is larger; then T = min(h, 65280 /
-/// s, s). (65280 is lower where hardly any memory is free.) What follows from it:
+/// The box is filled by tiles of T by T pixels from its upper left corner on: for a box of w by h pixels,
+/// with s = 255, s becomes w if w < max(65280 / h, s), else 65280 / h if that is larger; then T = min(h,
+/// 65280 / s, s). (65280 is lower where hardly any memory is free.) What follows from it:
 ///
-///     no tile starts on the box's last row or column: a remainder of one row or column keeps what it had, and
-///     so does a box one pixel wide or high. 256 by 256 pixels leave the last row and column alone;
+///     no tile starts on the box's last row or column: a remainder of one row or column keeps what it had,
+///     and so does a box one pixel wide or high. 256 by 256 pixels leave the last row and column alone;
 ///     code 7 is exact in square tiles; the last tiles of other boxes come out skewed.
 ///
-/// A polygon region keeps its shape (of its runs on the source); a scan list fills its box. The working type is
-/// the lower type code. Between colour images of different types each band goes as bytes, by way of
+/// A polygon region keeps its shape (of its runs on the source); a scan list fills its box. The working type
+/// is the lower type code. Between colour images of different types each band goes as bytes, by way of
 /// I_SetColorBand, and none is selected at the end.
 ///
 /// @param imDest may be imSrc: code 5 then works in place, all others on a copy of the source
-/// @return 1; 0 with error 12 "iRot=%d" for another iRot; 0 with error 20 or 24 "I_ImGetType(, im=N)..." for an
-///         image that is not open; 0 with error 2 "rotate90" without memory
+/// @return 1; 0 with error 12 "iRot=%d" for another iRot; 0 with error 20 or 24 "I_ImGetType(, im=N)..." for
+///         an image that is not open; 0 with error 2 "rotate90" without memory
 VEXA_API int32_t I_Rotate90(int32_t imSrc, int32_t imDest, int32_t iRot);
 
 /// I_Rotate90 into an image of the right size.
@@ -140,8 +140,9 @@ VEXA_API int32_t I_Rotate90(int32_t imSrc, int32_t imDest, int32_t iRot);
 ///     1, 2, 3, 7, 90, 270, -3, -90, -270       a new image with the sides exchanged
 ///     all others                               imSrc with replace, else a clone
 ///
-/// From -3 to 359 and below -89 I_Rotate90 fills it, and its error stays: the result is an image all the same.
-/// All others copy the region by I_ROICopy. Then a new image gets comment, palette and range (I_ImCopyParams).
+/// From -3 to 359 and below -89 I_Rotate90 fills it, and its error stays: the result is an image all the
+/// same. All others copy the region by I_ROICopy. Then a new image gets comment, palette and range
+/// (I_ImCopyParams).
 ///
 /// @param replace other than 0: a new image takes the place of imSrc, which is closed
 /// @return the image; 0 with an error where imSrc is not open or no image can be made

@@ -18,8 +18,8 @@ struct Offsets {
     double y;
 };
 
-// One call, in plain loops: the box and what its pixels are before they are stored, not rounded yet where means are
-// formed.
+// One call, in plain loops: the box and what its pixels are before they are stored, not rounded yet where
+// means are formed.
 template <typename T>
 class PlainScaling
 {
