@@ -102,8 +102,8 @@ VEXA_API void I_BlendRowsType(const void *a, const void *b, void *out, int32_t c
 ///     0       any                   the nearest column of row floor(yoff + 0.5 + y / sy)
 ///     not 0   sy below 1.0          the mean, in floats, of the rows from yoff + (y - 0.5) / sy + 0.5 on, 1
 ///                                   / sy long
-///     not 0   sy from 1.0           rows floor(p) - 1 and floor(p), blended by p - floor(p), p = yoff + 1 + y
-///                                   / sy
+///     not 0   sy from 1.0           rows floor(p) - 1 and floor(p), blended by p - floor(p), for p of
+///                                   yoff + 1 + y / sy
 ///
 /// Rows are resampled by I_ResampleArrayType with sx, so each direction goes by its own scale. Rows above the
 /// first and below the last are the first and the last.
