@@ -52,6 +52,15 @@ inline int32_t noise(int32_t cols, int32_t rows, int32_t type, uint32_t seed)
     return im;
 }
 
+// A copy of an image whose pixels lie in a file.
+inline int32_t inFile(int32_t im)
+{
+    const int32_t before = I_ImSetMemType(8);
+    const int32_t copy = I_CloneImage(im, 0, 1);
+    I_ImSetMemType(before);
+    return copy;
+}
+
 } // namespace vexa::test
 
 #endif

@@ -375,6 +375,25 @@ TEST(QuarterLiteral, ColoursOfDifferentTypesGoBandByBand)
     closeImages({src, dest, turned, grey});
 }
 
+TEST(QuarterLiteral, ImagesInFilesTurnAsThoseInMemory)
+{
+    for (int32_t code = 1; code <= 7; ++code) {
+        const int32_t src = noise(70, 60, PIX_BYTE, 36);
+        const int32_t dest = noise(60, 70, PIX_BYTE, 37);
+        const int32_t fileSrc = inFile(src);
+        const int32_t fileDest = inFile(dest);
+        EXPECT_EQ(1, I_Rotate90(src, dest, code));
+        EXPECT_EQ(1, I_Rotate90(fileSrc, fileDest, code));
+        const int32_t result = I_CloneImage(fileDest, 0, 1);
+        EXPECT_EQ(bytesOf(dest), bytesOf(result)) << code;
+        EXPECT_EQ(1, I_VertMirror(dest, dest));
+        EXPECT_EQ(1, I_VertMirror(fileDest, fileDest));
+        const int32_t mirrored = I_CloneImage(fileDest, 0, 1);
+        EXPECT_EQ(bytesOf(dest), bytesOf(mirrored)) << code;
+        closeImages({src, dest, fileSrc, fileDest, result, mirrored});
+    }
+}
+
 TEST(QuarterFailures, BadCodesAndImages)
 {
     const int32_t im = noise(20, 10, PIX_BYTE, 22);

@@ -275,6 +275,22 @@ TEST_P(Rotate, BoundsInPlaceInvertedAndSubimages)
     closeImages({part, dest, parent, im, upright, inverted, result, expected});
 }
 
+TEST_P(Rotate, BoundsImagesInFiles)
+{
+    for (const int32_t type : {PIX_BYTE, PIX_FLOAT, PIX_BGR24}) {
+        const int32_t src = noise(50, 40, type, 34);
+        const int32_t dest = noise(45, 38, type, 35);
+        const int32_t fileSrc = inFile(src);
+        const int32_t fileDest = inFile(dest);
+        ASSERT_EQ(nullptr, I_ImGetPtr(0, 0, nullptr, nullptr, fileSrc));
+        EXPECT_EQ(1, I_RotateShift(20, 18, 33.0, 1, 2, 1, 1, src, dest));
+        EXPECT_EQ(1, I_RotateShift(20, 18, 33.0, 1, 2, 1, 1, fileSrc, fileDest));
+        const int32_t result = I_CloneImage(fileDest, 0, 1);
+        EXPECT_EQ(bytesOf(dest), bytesOf(result)) << type;
+        closeImages({src, dest, fileSrc, fileDest, result});
+    }
+}
+
 TEST_P(Rotate, BoundsMemoryOfTheCallersIsNotReadBeyondItsEnd)
 {
     // Blocks that end with the last pixel: the sanitizer sees a read behind it.

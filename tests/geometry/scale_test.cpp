@@ -416,6 +416,23 @@ TEST_P(Scale, LiteralDifferentTypesWorkInBytes)
     closeImages({floats, words, bytes, expected, palette, color, grey});
 }
 
+TEST_P(Scale, LiteralImagesInFilesScaleAsThoseInMemory)
+{
+    const int32_t src = noise(50, 40, PIX_BYTE, 20);
+    const int32_t fileSrc = inFile(src);
+    for (const Offsets& scale : kScales)
+        for (const bool interp : {false, true}) {
+            const int32_t dest = noise(60, 50, PIX_BYTE, 21);
+            const int32_t fileDest = inFile(dest);
+            EXPECT_EQ(1, I_ScaleImage(src, dest, nullptr, nullptr, 1, 2, scale.x, scale.y, interp));
+            EXPECT_EQ(1, I_ScaleImage(fileSrc, fileDest, nullptr, nullptr, 1, 2, scale.x, scale.y, interp));
+            const int32_t result = I_CloneImage(fileDest, 0, 1);
+            EXPECT_EQ(bytesOf(dest), bytesOf(result)) << scale.x << " " << scale.y;
+            closeImages({dest, fileDest, result});
+        }
+    closeImages({src, fileSrc});
+}
+
 TEST_P(Scale, LiteralInPlaceIsFromACopy)
 {
     for (const Offsets& scale : kScales) {
