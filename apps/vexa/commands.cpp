@@ -91,6 +91,8 @@ int runInspect(const InspectCommand& command)
         const Progress progress;
         inspection = inspect(reference.image, defect.image, command.settings);
     }
+    for (const std::string& warning : inspection.alignment.warnings)
+        note(warning);
     if (inspection.incomplete)
         note("the pictures differ in more places than can be listed; the list is not complete");
     const InspectionReport report{reference, defect, command.settings, inspection};
@@ -102,6 +104,22 @@ int runInspect(const InspectCommand& command)
                 ? ""
                 : "; report: " + (std::filesystem::path(command.folder) / "report.html").string()));
     return inspection.found == 0 ? kNoDefect : kDefects;
+}
+
+int runAlign(const AlignCommand& command)
+{
+    const Picture a = readGreyPicture(command.a);
+    const Picture b = readGreyPicture(command.b);
+    checkSameSize(a, b);
+    Alignment alignment;
+    {
+        const Progress progress;
+        alignment = findShift(a.image, b.image, command.settings);
+    }
+    for (const std::string& warning : alignment.warnings)
+        note(warning);
+    print(command.asJson ? asJson(alignment) : shiftSentence(alignment) + "\n");
+    return 0;
 }
 
 int runSynth(const SynthCommand& command)

@@ -26,6 +26,13 @@ struct InspectCommand {
     Format format = Format::table;
 };
 
+struct AlignCommand {
+    std::string a;
+    std::string b;
+    AlignSettings settings;
+    bool asJson = false;
+};
+
 struct SynthCommand {
     uint64_t seed = 1;
     std::string folder;
@@ -42,6 +49,7 @@ struct DiffCommand {
 };
 
 int runInspect(const InspectCommand& command);
+int runAlign(const AlignCommand& command);
 int runSynth(const SynthCommand& command);
 int runInfo(const std::vector<std::string>& names);
 int runDiff(const DiffCommand& command);

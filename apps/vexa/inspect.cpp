@@ -1,7 +1,6 @@
 #include "inspect.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <utility>
 
 #include "failure.h"
@@ -38,18 +37,10 @@ VexaBox intersection(const VexaBox& a, const VexaBox& b)
             std::min(a.bottom, b.bottom)};
 }
 
-// Where the reference, read at the offset, lies under the defect picture.
-VexaBox sharedWindow(const Image& defect, const InspectSettings& settings)
+// Where the reference lies under the defect picture, within the region.
+VexaBox inspectedWindow(const VexaBox& underlaid, const InspectSettings& settings)
 {
-    const int32_t cols = defect.cols();
-    const int32_t rows = defect.rows();
-    const VexaPoint offset = settings.offset;
-    if (std::abs(int64_t{offset.x}) >= cols || std::abs(int64_t{offset.y}) >= rows)
-        throw Failure("with this offset the two pictures share no pixel");
-    VexaBox window = {std::max(0, -offset.x), std::max(0, -offset.y), std::min(cols, cols - offset.x) - 1,
-                      std::min(rows, rows - offset.y) - 1};
-    if (settings.region)
-        window = intersection(window, *settings.region);
+    const VexaBox window = settings.region ? intersection(underlaid, *settings.region) : underlaid;
     if (window.left > window.right || window.top > window.bottom)
         throw Failure("the region holds no pixel that the two pictures share");
     return window;
@@ -66,19 +57,6 @@ void subtractInto(const Image& a, const Image& b, const Image& dest, VexaPoint o
 {
     require(I_SubtractEx(a.number(), b.number(), dest.number(), offset.x, offset.y, clipMode) != 0,
             "cannot subtract the pictures");
-}
-
-// The reference, moved so that it lies under the defect picture.
-Image moved(const Image& reference, VexaPoint offset)
-{
-    Image result(reference.cols(), reference.rows(), PIX_BYTE);
-    const int32_t fromX = std::max(0, offset.x);
-    const int32_t fromY = std::max(0, offset.y);
-    require(I_ImCopyBlock(reference.cols() - std::abs(offset.x), reference.rows() - std::abs(offset.y), fromX,
-                          fromY, reference.number(), fromX - offset.x, fromY - offset.y,
-                          result.number()) != 0,
-            "cannot move the reference");
-    return result;
 }
 
 // What is left of one minus other, around 128, where a pixel of one is brighter than every pixel nearby of the other, or
@@ -112,7 +90,7 @@ void sieve(const Pixels& difference, bool mirrored, const InspectSettings& setti
 }
 
 // What the list is made from: what the defect picture has and the reference has not, and the other way round.
-Pixels residueOf(const Image& reference, const Image& defect, const Pixels& difference,
+Pixels residueOf(const Image& underlaid, const Image& defect, const Pixels& difference,
                  const InspectSettings& settings)
 {
     Pixels result(difference.cols, difference.rows, 1);
@@ -121,7 +99,6 @@ Pixels residueOf(const Image& reference, const Image& defect, const Pixels& diff
         sieve(difference, false, settings, result);
         return result;
     }
-    const Image underlaid = moved(reference, settings.offset);
     sieve(excess(underlaid, defect, settings.tolerance).read(), true, settings, result);
     sieve(excess(defect, underlaid, settings.tolerance).read(), false, settings, result);
     return result;
@@ -276,13 +253,15 @@ Image subtract(const Image& reference, const Image& defect, VexaPoint offset, in
 Inspection inspect(const Image& reference, const Image& defect, const InspectSettings& settings)
 {
     Inspection result;
-    result.window = sharedWindow(defect, settings);
+    result.alignment = findShift(reference, defect, settings.align);
+    const Underlay under = underlay(reference, defect, result.alignment, settings.align);
+    result.window = inspectedWindow(under.window, settings);
     const WindowRegion region(result.window);
     const VexaBox picture = {0, 0, defect.cols() - 1, defect.rows() - 1};
 
-    const Image difference = subtract(reference, defect, settings.offset, kClipAround128);
+    const Image difference = subtract(under.image, defect, {0, 0}, kClipAround128);
     result.difference = difference.read();
-    result.residue = residueOf(reference, defect, result.difference, settings);
+    result.residue = residueOf(under.image, defect, result.difference, settings);
 
     const Image residue{Pixels(result.residue)};
     const Listing listing = list(residue, settings);

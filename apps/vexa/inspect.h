@@ -6,6 +6,7 @@
 #include <optional>
 #include <vector>
 
+#include "align.h"
 #include "image.h"
 
 namespace app
@@ -20,7 +21,7 @@ struct InspectSettings {
     int32_t minDistance = 15;
     int32_t most = 500; // entries listed
     SortBy sort = SortBy::area;
-    VexaPoint offset = {0, 0}; // the reference is read at (x + offset.x, y + offset.y)
+    AlignSettings align;
     std::optional<VexaBox> region;
 };
 
@@ -38,6 +39,7 @@ struct Defect {
 struct Inspection {
     Pixels difference; // defect minus reference, around 128
     Pixels residue;    // of it, what passes threshold, tolerance and width: what the list was made from
+    Alignment alignment;
     VexaBox window = {};
     std::vector<Defect> defects;
     int32_t found = 0;       // before the list was cut to its length

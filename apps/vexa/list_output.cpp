@@ -72,8 +72,27 @@ Json settingsJson(const InspectionReport& report)
             {"min_dist", settings.minDistance},
             {"max", settings.most},
             {"sort", sortName(settings.sort)},
-            {"offset", {{"x", settings.offset.x}, {"y", settings.offset.y}}},
+            {"offset", {{"x", settings.align.start.x}, {"y", settings.align.start.y}}},
+            {"align", alignName(settings.align.mode)},
+            {"max_shift", settings.align.maxShift},
+            {"tile", settings.align.tile},
             {"window", boxJson(report.inspection.window)}};
+}
+
+Json axisJson(const AxisShift& axis)
+{
+    return {{"shift", rounded(axis.shift, 3)},
+            {"quality", rounded(axis.quality, 3)},
+            {"contrast", rounded(axis.contrast, 3)},
+            {"repeat", rounded(axis.repeat, 2)}};
+}
+
+Json alignmentJson(const Alignment& alignment)
+{
+    return {{"method", alignment.method},
+            {"x", axisJson(alignment.x)},
+            {"y", axisJson(alignment.y)},
+            {"warnings", alignment.warnings}};
 }
 
 Json defectJson(const Defect& defect)
@@ -118,9 +137,17 @@ std::string countSentence(const Inspection& inspection)
     return text;
 }
 
+std::string asJson(const Alignment& alignment)
+{
+    const Json document = {{"format", "vexa-align"}, {"version", 1}, {"alignment", alignmentJson(alignment)}};
+    return document.dump(2) + "\n";
+}
+
 std::string asTable(const InspectionReport& report)
 {
     std::string text = countSentence(report.inspection) + "\n";
+    if (report.settings.align.mode != AlignMode::none)
+        text += shiftSentence(report.inspection.alignment) + "\n";
     if (report.inspection.defects.empty())
         return text;
     std::vector<Row> rows = {{"no", "x", "y", "width", "height", "area", "contrast", "centroid"}};
@@ -158,6 +185,7 @@ std::string asJson(const InspectionReport& report)
                            {"reference", pictureJson(report.reference)},
                            {"defect", pictureJson(report.defect)},
                            {"settings", settingsJson(report)},
+                           {"alignment", alignmentJson(report.inspection.alignment)},
                            {"found", report.inspection.found},
                            {"incomplete", report.inspection.incomplete},
                            {"defects", defects}};

@@ -20,6 +20,7 @@ struct InspectionReport {
 std::string asTable(const InspectionReport& report);
 std::string asCsv(const InspectionReport& report);
 std::string asJson(const InspectionReport& report);
+std::string asJson(const Alignment& alignment);
 
 // "2 defects", "1 defect", "no defect", with the number listed where it is smaller.
 std::string countSentence(const Inspection& inspection);

@@ -41,6 +41,18 @@ void setRegion(app::InspectSettings& settings, const std::vector<int32_t>& numbe
     settings.region = VexaBox{numbers[0], numbers[1], numbers[2], numbers[3]};
 }
 
+void addAlignOptions(CLI::App& command, app::AlignSettings& settings)
+{
+    command.add_option("--align", settings.mode, "how the shift between the pictures is found")
+        ->transform(CLI::CheckedTransformer(std::map<std::string, app::AlignMode>{
+            {"auto", app::AlignMode::automatic}, {"smart", app::AlignMode::smart}, {"search", app::AlignMode::search},
+            {"tiles", app::AlignMode::tiles}, {"none", app::AlignMode::none}}))
+        ->type_name("auto|smart|search|tiles|none");
+    command.add_option("--max-shift", settings.maxShift, "largest shift looked for, in pixels each way")
+        ->check(CLI::Range(1, 1000))
+        ->capture_default_str();
+}
+
 CLI::App* addInspect(CLI::App& program, app::InspectCommand& command, bool& quiet, bool& verbose)
 {
     CLI::App* inspect =
@@ -74,8 +86,8 @@ CLI::App* addInspect(CLI::App& program, app::InspectCommand& command, bool& quie
     inspect
         ->add_option_function<std::vector<int32_t>>(
             "--offset",
-            [&settings](const std::vector<int32_t>& numbers) { setOffset(settings.offset, numbers); },
-            "the reference is read at (x + DX, y + DY)")
+            [&settings](const std::vector<int32_t>& numbers) { setOffset(settings.align.start, numbers); },
+            "the reference is read at (x + DX, y + DY), or nearby where the pictures are aligned")
         ->expected(2)
         ->delimiter(',')
         ->type_name("DX,DY");
@@ -86,6 +98,10 @@ CLI::App* addInspect(CLI::App& program, app::InspectCommand& command, bool& quie
         ->expected(4)
         ->delimiter(',')
         ->type_name("L,T,R,B");
+    addAlignOptions(*inspect, settings.align);
+    inspect->add_option("--tile", settings.align.tile, "side of the tiles of --align tiles, in pixels")
+        ->check(CLI::Range(8, 100000))
+        ->capture_default_str();
     inspect->add_option("--out", command.folder, "folder for the report, the pictures and the lists");
     inspect->add_option("--format", command.format, "form of the printed list")
         ->transform(CLI::CheckedTransformer(std::map<std::string, app::Format>{
@@ -94,6 +110,16 @@ CLI::App* addInspect(CLI::App& program, app::InspectCommand& command, bool& quie
     CLI::Option* q = inspect->add_flag("-q,--quiet", quiet, "no progress, no remarks");
     inspect->add_flag("-v,--verbose", verbose, "more remarks")->excludes(q);
     return inspect;
+}
+
+CLI::App* addAlign(CLI::App& program, app::AlignCommand& command)
+{
+    CLI::App* align = program.add_subcommand("align", "tells the shift between two pictures of one scene");
+    align->add_option("A", command.a, "the reference")->required();
+    align->add_option("B", command.b, "the other picture: at x it shows what A shows at x + shift")->required();
+    addAlignOptions(*align, command.settings);
+    align->add_flag("--json", command.asJson, "the same as JSON");
+    return align;
 }
 
 CLI::App* addSynth(CLI::App& program, app::SynthCommand& command)
@@ -248,6 +274,7 @@ int run(int argc, char** argv)
     bool quiet = false;
     bool verbose = false;
     app::InspectCommand inspectCommand;
+    app::AlignCommand alignCommand;
     app::SynthCommand synthCommand;
     app::DiffCommand diffCommand;
     app::SettingsCommand settingsCommand;
@@ -258,6 +285,7 @@ int run(int argc, char** argv)
     app::RotateCommand rotateCommand;
     std::vector<std::string> names;
     const CLI::App* inspect = addInspect(program, inspectCommand, quiet, verbose);
+    const CLI::App* align = addAlign(program, alignCommand);
     const CLI::App* synth = addSynth(program, synthCommand);
     CLI::App* info = program.add_subcommand("info", "tells what pictures hold");
     info->add_option("PICTURE", names, kPictures)->required();
@@ -282,6 +310,8 @@ int run(int argc, char** argv)
                                 : app::Verbosity::normal);
     if (*inspect)
         return app::runInspect(inspectCommand);
+    if (*align)
+        return app::runAlign(alignCommand);
     if (*synth)
         return app::runSynth(synthCommand);
     if (*filter)

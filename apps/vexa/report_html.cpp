@@ -114,8 +114,9 @@ std::string facts(const InspectionReport& report)
     text += row("Edge tolerance", std::to_string(settings.tolerance) + " pixels");
     text += row("Smallest width", std::to_string(settings.minWidth) + " pixels");
     text += row("Smallest distance", std::to_string(settings.minDistance) + " pixels");
-    text += row("Reference offset",
-                std::to_string(settings.offset.x) + ", " + std::to_string(settings.offset.y) + " pixels");
+    text += row("Alignment", shiftSentence(report.inspection.alignment));
+    for (const std::string& warning : report.inspection.alignment.warnings)
+        text += row("Warning", warning);
     text += row("Sorted by", sortName(settings.sort));
     return text + "</table></div>\n</section>\n";
 }
