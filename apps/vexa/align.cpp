@@ -31,8 +31,8 @@ struct Shift {
 Shift smartShift(const Image& reference, const Image& defect, const AlignSettings& settings)
 {
     Shift shift = {static_cast<float>(settings.start.x), static_cast<float>(settings.start.y)};
-    I_SmartAlign(defect.number(), reference.number(), nullptr, nullptr, settings.maxShift, &shift.dx, &shift.dy,
-                 &shift.qualX, &shift.qualY);
+    I_SmartAlign(defect.number(), reference.number(), nullptr, nullptr, settings.maxShift, &shift.dx,
+                 &shift.dy, &shift.qualX, &shift.qualY);
     return shift;
 }
 
@@ -40,7 +40,9 @@ Shift smartShift(const Image& reference, const Image& defect, const AlignSetting
 Shift searchedShift(const Image& reference, const Image& defect, const AlignSettings& settings)
 {
     constexpr int32_t kLeastSide = 16, kMostSide = 512;
-    const auto centred = [&](int32_t size) { return std::clamp(size / 2, std::min(kLeastSide, size), kMostSide); };
+    const auto centred = [&](int32_t size) {
+        return std::clamp(size / 2, std::min(kLeastSide, size), kMostSide);
+    };
     const int32_t width = centred(defect.cols()), height = centred(defect.rows());
     const int32_t left = (defect.cols() - width) / 2, top = (defect.rows() - height) / 2;
     VexaBox pattern = {left, top, left + width - 1, top + height - 1};
@@ -48,7 +50,8 @@ Shift searchedShift(const Image& reference, const Image& defect, const AlignSett
     VexaBox area = {std::max(left + settings.start.x - reach, 0), std::max(top + settings.start.y - reach, 0),
                     std::min(pattern.right + settings.start.x + reach, reference.cols() - 1),
                     std::min(pattern.bottom + settings.start.y + reach, reference.rows() - 1)};
-    const int32_t levels = std::clamp(static_cast<int32_t>(std::log2(std::min(width, height) / 16.0)) + 1, 1, 4);
+    const int32_t levels =
+        std::clamp(static_cast<int32_t>(std::log2(std::min(width, height) / 16.0)) + 1, 1, 4);
     Shift shift = {static_cast<float>(settings.start.x), static_cast<float>(settings.start.y)};
     float x = 0.0F, y = 0.0F, quality = 0.0F;
     if (I_WindowSearch(&pattern, defect.number(), &area, reference.number(), levels, &x, &y, &quality, 1) &&
@@ -71,8 +74,14 @@ Image shifted(const Image& reference, const Image& defect, double dx, double dy)
     return result;
 }
 
+float limited(float shift, int32_t start, const AlignSettings& settings)
+{
+    const auto reach = static_cast<float>(settings.maxShift), from = static_cast<float>(start);
+    return std::clamp(shift, from - reach, from + reach);
+}
+
 // Near the right place the estimate has no bias: move the reference there and measure what is left, until nothing is.
-void refine(const Image& reference, const Image& defect, Shift& shift)
+void refine(const Image& reference, const Image& defect, const AlignSettings& settings, Shift& shift)
 {
     constexpr int32_t kRounds = 5, kRange = 2, kMargin = 4;
     for (int32_t round = 0; round < kRounds; ++round) {
@@ -83,19 +92,43 @@ void refine(const Image& reference, const Image& defect, Shift& shift)
             return;
         const Image under = shifted(reference, defect, double{shift.dx}, double{shift.dy});
         Shift rest = {0.0F, 0.0F};
-        if (!I_ImageAlign1D(defect.number(), under.number(), marginX, marginY, cols, rows, kRange, kRange, &rest.dx,
-                            &rest.dy, &rest.qualX, &rest.qualY)) {
+        if (!I_ImageAlign1D(defect.number(), under.number(), marginX, marginY, cols, rows, kRange, kRange,
+                            &rest.dx, &rest.dy, &rest.qualX, &rest.qualY)) {
             I_SetError(0, "");
             return;
         }
-        shift = {shift.dx + rest.dx, shift.dy + rest.dy, rest.qualX, rest.qualY};
+        shift = {limited(shift.dx + rest.dx, settings.start.x, settings),
+                 limited(shift.dy + rest.dy, settings.start.y, settings), rest.qualX, rest.qualY};
         if (std::fabs(rest.dx) < kSettled && std::fabs(rest.dy) < kSettled)
             return;
     }
 }
 
-void warnOfAxis(Alignment& alignment, const char* name, const AxisShift& axis, float repeatQuality, int32_t start,
-                const AlignSettings& settings)
+struct Candidate {
+    std::string method;
+    Shift shift;
+    double difference; // mean of what is left after the subtraction
+};
+
+// How much the pictures differ at a shift, away from the borders.
+double differenceAt(const Image& reference, const Image& defect, const Shift& shift,
+                    const AlignSettings& settings)
+{
+    const Image under = shifted(reference, defect, double{shift.dx}, double{shift.dy});
+    const int32_t marginX = std::min(settings.maxShift + std::abs(settings.start.x) + 4, defect.cols() / 3);
+    const int32_t marginY = std::min(settings.maxShift + std::abs(settings.start.y) + 4, defect.rows() / 3);
+    require(I_PushROI() != 0, "cannot keep the region of interest");
+    I_SetWindowROI(marginX, marginY, defect.cols() - 1 - marginX, defect.rows() - 1 - marginY);
+    constexpr int32_t kAbsolute = 2;
+    double mean = 0.0;
+    I_SubtractEx(defect.number(), under.number(), under.number(), 0, 0, kAbsolute);
+    I_ComputePixelStats(1, nullptr, &mean, nullptr, nullptr, nullptr, under.number());
+    I_PopROI();
+    return mean;
+}
+
+void warnOfAxis(Alignment& alignment, const char* name, const AxisShift& axis, float repeatQuality,
+                int32_t start, const AlignSettings& settings)
 {
     const std::string in = std::string(" in ") + name;
     if (axis.contrast < kFlat) {
@@ -103,7 +136,8 @@ void warnOfAxis(Alignment& alignment, const char* name, const AxisShift& axis, f
         return;
     }
     if (axis.quality < kPoorQuality)
-        alignment.warnings.push_back("the shift" + in + " is not to be trusted: quality " + fixed(axis.quality, 2));
+        alignment.warnings.push_back("the shift" + in + " is not to be trusted: quality " +
+                                     fixed(axis.quality, 2));
     if (repeatQuality > kSharpRepeat && axis.repeat > 0.0 && axis.repeat <= 2.0 * settings.maxShift)
         alignment.warnings.push_back("the pattern repeats every " + fixed(axis.repeat, 1) + " pixels" + in +
                                      ": a shift by so much more or less fits as well");
@@ -152,27 +186,38 @@ const char* alignName(AlignMode mode)
 
 Alignment findShift(const Image& reference, const Image& defect, const AlignSettings& settings)
 {
-    if (std::abs(int64_t{settings.start.x}) >= defect.cols() || std::abs(int64_t{settings.start.y}) >= defect.rows())
+    if (std::abs(int64_t{settings.start.x}) >= defect.cols() ||
+        std::abs(int64_t{settings.start.y}) >= defect.rows())
         throw Failure("with this offset the two pictures share no pixel");
     Alignment given;
     given.x.shift = settings.start.x;
     given.y.shift = settings.start.y;
     if (settings.mode == AlignMode::none)
         return given;
-    std::string method = "smart";
-    Shift shift = {0.0F, 0.0F};
+    // The start is a candidate too: it wins where no other shift makes the pictures more alike.
+    const VexaPoint start = settings.start;
+    Candidate best = {"start", {static_cast<float>(start.x), static_cast<float>(start.y)}, 0.0};
+    best.difference = differenceAt(reference, defect, best.shift, settings);
+    const auto offer = [&](const char* method, Shift shift) {
+        refine(reference, defect, settings, shift);
+        const double difference = differenceAt(reference, defect, shift, settings);
+        if (shift.quality() > 0.0F && difference < best.difference)
+            best = {method, shift, difference};
+    };
+    offer("near the start", best.shift);
     if (settings.mode != AlignMode::search)
-        shift = smartShift(reference, defect, settings);
+        offer("smart", smartShift(reference, defect, settings));
     if (settings.mode == AlignMode::search ||
-        (settings.mode != AlignMode::smart && shift.quality() < kGoodQuality)) {
-        const Shift searched = searchedShift(reference, defect, settings);
-        if (searched.quality() > shift.quality() || settings.mode == AlignMode::search) {
-            shift = searched;
-            method = "search";
-        }
+        (settings.mode != AlignMode::smart && best.shift.quality() < kGoodQuality))
+        offer("search", searchedShift(reference, defect, settings));
+    if (best.method == "start") {
+        Shift measured = best.shift;
+        refine(reference, defect, settings, measured);
+        best.shift.qualX = measured.qualX;
+        best.shift.qualY = measured.qualY;
     }
-    refine(reference, defect, shift);
-    return described(shift, method + (settings.mode == AlignMode::tiles ? " + tiles" : ""), settings);
+    return described(best.shift, best.method + (settings.mode == AlignMode::tiles ? " + tiles" : ""),
+                     settings);
 }
 
 Underlay underlay(const Image& reference, const Image& defect, const Alignment& alignment,
@@ -195,12 +240,12 @@ Underlay underlay(const Image& reference, const Image& defect, const Alignment& 
 
 std::string shiftSentence(const Alignment& alignment)
 {
-    const auto pair = [&](double AxisShift::* value, int32_t decimals) {
+    const auto pair = [&](double AxisShift::*value, int32_t decimals) {
         return fixed(alignment.x.*value, decimals) + ", " + fixed(alignment.y.*value, decimals);
     };
     return "shift " + pair(&AxisShift::shift, 2) + " (" + alignment.method + "), quality " +
-           pair(&AxisShift::quality, 2) + ", contrast " + pair(&AxisShift::contrast, 2) + ", repeat distance " +
-           pair(&AxisShift::repeat, 1);
+           pair(&AxisShift::quality, 2) + ", contrast " + pair(&AxisShift::contrast, 2) +
+           ", repeat distance " + pair(&AxisShift::repeat, 1);
 }
 
 } // namespace app

@@ -118,7 +118,7 @@ int runAlign(const AlignCommand& command)
     }
     for (const std::string& warning : alignment.warnings)
         note(warning);
-    print(command.asJson ? asJson(alignment) : shiftSentence(alignment) + "\n");
+    printText(command.asJson ? asJson(alignment) : shiftSentence(alignment) + "\n");
     return 0;
 }
 

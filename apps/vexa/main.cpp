@@ -44,9 +44,12 @@ void setRegion(app::InspectSettings& settings, const std::vector<int32_t>& numbe
 void addAlignOptions(CLI::App& command, app::AlignSettings& settings)
 {
     command.add_option("--align", settings.mode, "how the shift between the pictures is found")
-        ->transform(CLI::CheckedTransformer(std::map<std::string, app::AlignMode>{
-            {"auto", app::AlignMode::automatic}, {"smart", app::AlignMode::smart}, {"search", app::AlignMode::search},
-            {"tiles", app::AlignMode::tiles}, {"none", app::AlignMode::none}}))
+        ->transform(
+            CLI::CheckedTransformer(std::map<std::string, app::AlignMode>{{"auto", app::AlignMode::automatic},
+                                                                          {"smart", app::AlignMode::smart},
+                                                                          {"search", app::AlignMode::search},
+                                                                          {"tiles", app::AlignMode::tiles},
+                                                                          {"none", app::AlignMode::none}}))
         ->type_name("auto|smart|search|tiles|none");
     command.add_option("--max-shift", settings.maxShift, "largest shift looked for, in pixels each way")
         ->check(CLI::Range(1, 1000))
@@ -116,7 +119,8 @@ CLI::App* addAlign(CLI::App& program, app::AlignCommand& command)
 {
     CLI::App* align = program.add_subcommand("align", "tells the shift between two pictures of one scene");
     align->add_option("A", command.a, "the reference")->required();
-    align->add_option("B", command.b, "the other picture: at x it shows what A shows at x + shift")->required();
+    align->add_option("B", command.b, "the other picture: at x it shows what A shows at x + shift")
+        ->required();
     addAlignOptions(*align, command.settings);
     align->add_flag("--json", command.asJson, "the same as JSON");
     return align;

@@ -67,7 +67,9 @@ TEST_F(Inspect, EqualPicturesHaveNoDefect)
 {
     const Outcome outcome = run({"inspect", reference, reference});
     EXPECT_EQ(0, outcome.code);
-    EXPECT_EQ("no defect\n", outcome.out);
+    EXPECT_EQ("no defect\n"
+              "shift 0.00, 0.00 (start), quality 1.00, 1.00, contrast 0.35, 0.27, repeat distance 0.0, 0.0\n",
+              outcome.out);
     EXPECT_EQ("", outcome.err);
 }
 
@@ -76,7 +78,7 @@ TEST_F(Inspect, PrintsTableAndCsv)
     EXPECT_EQ("1 defect\n"
               "no   x   y  width  height  area  contrast     centroid\n"
               " 1  45  40      5       4    20     100.0  47.00,41.50\n",
-              run({"inspect", reference, defect}).out);
+              run({"inspect", reference, defect, "--align", "none"}).out);
     EXPECT_EQ("number,x,y,left,top,right,bottom,width,height,area,contrast,centroid_x,centroid_y,value\n"
               "1,45,40,45,40,49,43,5,4,20,100.0,47.00,41.50,40.00\n",
               run({"inspect", reference, defect, "--format", "csv"}).out);
@@ -85,18 +87,36 @@ TEST_F(Inspect, PrintsTableAndCsv)
 TEST_F(Inspect, AnEdgeWithinTheToleranceIsNoDefect)
 {
     writeGreyPng(defect, 100, 80, [](int32_t x, int32_t y) { return plate(x + 2, y - 1); });
-    EXPECT_EQ(0, run({"inspect", reference, defect}).code);
-    EXPECT_EQ(1, run({"inspect", reference, defect, "--tolerance", "0", "--min-width", "1"}).code);
-    EXPECT_EQ(1, run({"inspect", reference, defect, "--tolerance", "0", "--min-width", "2"}).code);
+    EXPECT_EQ(0, run({"inspect", reference, defect, "--align", "none"}).code);
+    EXPECT_EQ(
+        1, run({"inspect", reference, defect, "--align=none", "--tolerance", "0", "--min-width", "1"}).code);
+    EXPECT_EQ(
+        1, run({"inspect", reference, defect, "--align=none", "--tolerance", "0", "--min-width", "2"}).code);
 }
 
 TEST_F(Inspect, TheOffsetSaysWhereTheReferenceIsRead)
 {
     writeGreyPng(defect, 100, 80, [](int32_t x, int32_t y) { return plate(x + 9, y - 8); });
-    EXPECT_EQ(1, run({"inspect", reference, defect}).code);
-    EXPECT_EQ(0, run({"inspect", reference, defect, "--offset", "9,-8"}).code);
-    EXPECT_EQ(
-        0, run({"inspect", reference, defect, "--offset=9,-8", "--tolerance", "0", "--min-width", "1"}).code);
+    EXPECT_EQ(1, run({"inspect", reference, defect, "--align", "none"}).code);
+    EXPECT_EQ(0, run({"inspect", reference, defect, "--align", "none", "--offset", "9,-8"}).code);
+    EXPECT_EQ(0, run({"inspect", reference, defect, "--align=none", "--offset=9,-8", "--tolerance", "0",
+                      "--min-width", "1"})
+                     .code);
+}
+
+TEST_F(Inspect, ShiftedPicturesAreAligned)
+{
+    writeGreyPng(defect, 100, 80, [](int32_t x, int32_t y) { return plate(x + 9, y - 8); });
+    EXPECT_EQ(0, run({"inspect", reference, defect}).code);
+    const json document = json::parse(run({"inspect", reference, defect, "--format", "json"}).out);
+    const json& alignment = document.at("alignment");
+    EXPECT_NEAR(9.0, alignment.at("x").at("shift").get<double>(), 0.05);
+    EXPECT_NEAR(-8.0, alignment.at("y").at("shift").get<double>(), 0.05);
+    EXPECT_GT(alignment.at("x").at("quality").get<double>(), 0.9);
+    for (const char* mode : {"smart", "search", "tiles"})
+        EXPECT_EQ(0, run({"inspect", reference, defect, "--align", mode}).code) << mode;
+    // Out of reach.
+    EXPECT_EQ(1, run({"inspect", reference, defect, "--max-shift", "3"}).code);
 }
 
 TEST_F(Inspect, TheRegionIsAllThatCounts)
