@@ -1,10 +1,12 @@
 #include "core/image_memory.h"
 
 #include <algorithm>
+#include <cstring>
 
 #include "core/image_table.h"
 #include "support/buffer.h"
 #include "support/numbers.h"
+#include "support/uncleared.h"
 #include "vexalib/image.h"
 #include "vexalib/status.h"
 
@@ -78,6 +80,20 @@ bool allocatePixels(ImageRecord& record)
     record.block = allocateBlock(front + pixelSpan(record) + guardBytes(record));
     record.data = record.block ? static_cast<uint8_t*>(record.block) + front : nullptr;
     return record.block != nullptr;
+}
+
+bool allocateUnclearedPixels(ImageRecord& record)
+{
+    const int64_t front = frontGuardBytes(record);
+    const int64_t span = pixelSpan(record);
+    auto* const block = static_cast<uint8_t*>(allocateUncleared(front + span + guardBytes(record)));
+    if (!block)
+        return false;
+    std::memset(block, 0, static_cast<std::size_t>(front));
+    std::memset(block + front + span, 0, static_cast<std::size_t>(guardBytes(record)));
+    record.block = block;
+    record.data = block + front;
+    return true;
 }
 
 bool strideFits(const ImageRecord& record, int32_t stride)

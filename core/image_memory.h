@@ -29,6 +29,10 @@ int64_t pixelSpan(const ImageRecord& record);
 const uint8_t* pixelSpanEnd(const ImageRecord& record);
 // Gives the record a zeroed block for its size and stride, guard space at both ends, and its address.
 [[nodiscard]] bool allocatePixels(ImageRecord& record);
+// The same with pixels that the caller fills at once; only the guard space is zeroed.
+[[nodiscard]] bool allocateUnclearedPixels(ImageRecord& record);
+// I_ImOpenStride for pixels that the caller fills at once, what pads their rows included.
+[[nodiscard]] int32_t openUnclearedImage(int32_t cols, int32_t rows, int32_t stride, int32_t type);
 // True if rows at that distance stay inside the block that holds the pixels. Memory of the caller's takes any stride.
 bool strideFits(const ImageRecord& record, int32_t stride);
 

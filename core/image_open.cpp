@@ -48,6 +48,7 @@ struct OpenRequest {
     void* pixels = nullptr;
     FILE* file = nullptr;
     int32_t memType = state.memType;
+    bool uncleared = false; // the caller fills the pixels at once
 };
 
 int64_t chooseStride(const OpenRequest& request)
@@ -95,11 +96,14 @@ bool openInMemory(ImageRecord& record, const OpenRequest& request, int64_t strid
     }
     // A stride beyond 32 bits is a block that cannot be had.
     const bool tooLarge = stride != record.stride;
-    if (!tooLarge && allocatePixels(record))
+    const auto allocated = [&] {
+        return request.uncleared ? allocateUnclearedPixels(record) : allocatePixels(record);
+    };
+    if (!tooLarge && allocated())
         return true;
     const double megabytes = static_cast<double>(stride) * record.rows / 1000000.0;
     postOutOfMemory(record, megabytes);
-    if (tooLarge || !allocatePixels(record))
+    if (tooLarge || !allocated())
         return false;
     I_PostMessage("I_ImOpen: calloc (%.3f MB) worked on 2nd try!", megabytes);
     return true;
@@ -290,6 +294,15 @@ void commentWindow(int32_t im, int32_t parent, const char* parentComment, int32_
 }
 
 } // namespace
+
+int32_t openUnclearedImage(int32_t cols, int32_t rows, int32_t stride, int32_t type)
+{
+    OpenRequest request = {cols, rows, I_ImTypeBytes(type), type};
+    request.stride = stride;
+    request.uncleared = true;
+    return openImage(request);
+}
+
 } // namespace vexa
 
 using namespace vexa;

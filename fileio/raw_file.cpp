@@ -61,7 +61,9 @@ bool holdsRows(const PictureFile& file, int64_t available)
 {
     const int64_t rowBytes = int64_t{file.cols} * I_ImTypeBytes(file.type);
     const int64_t before = int64_t{file.stride} * (int64_t{file.rows} - 1);
-    return before <= available && std::min<int64_t>(file.stride, rowBytes) <= available - before;
+    const bool strideBorneOut = file.stride - rowBytes <= available;
+    return strideBorneOut && before <= available &&
+           std::min<int64_t>(file.stride, rowBytes) <= available - before;
 }
 
 // A stride of fewer bytes than there are pixels stands for packed rows. False if that is no stride.
@@ -148,11 +150,13 @@ bool copyFromFile(PictureFile& file, int32_t im)
     return true;
 }
 
+// A last row that ends with its pixels is a short read; zeros follow.
 void readDirect(const PictureFile& file, const ImageRecord& image)
 {
-    // A last row that ends with its pixels is a short read, and leaves zeros behind them.
-    (void)std::fread(image.data, static_cast<std::size_t>(file.stride), static_cast<std::size_t>(file.rows),
-                     file.stream.get());
+    auto* const pixels = static_cast<uint8_t*>(image.data);
+    const auto bytes = static_cast<std::size_t>(int64_t{file.stride} * file.rows);
+    const std::size_t got = std::fread(pixels, 1, bytes, file.stream.get());
+    std::memset(pixels + got, 0, static_cast<std::size_t>(pixelSpan(image)) - got);
 }
 
 // An image whose rows lie as in the file.
@@ -327,7 +331,7 @@ int32_t I_ReadImageFile(const char* name)
     PictureFile file;
     if (!openPicture(name, file))
         return 0;
-    ImageGuard image(I_ImOpenStride(file.cols, file.rows, file.stride, file.type));
+    ImageGuard image(openUnclearedImage(file.cols, file.rows, file.stride, file.type));
     const ImageRecord* const record = imageRecordOrNull(image.get());
     if (!record)
         return 0;
@@ -336,6 +340,8 @@ int32_t I_ReadImageFile(const char* name)
         readDirect(file, *record);
         return image.release();
     }
+    if (directPixels(*record))
+        std::memset(record->data, 0, static_cast<std::size_t>(pixelSpan(*record)));
     if (!copyFromFile(file, image.get()))
         return 0;
     I_ImSetComment(shown(name), image.get());

@@ -123,7 +123,7 @@ int32_t I_ConvertToBase64(const void* source, int32_t length, char* dest, int32_
     int64_t taken = length;
     if (capacity < encodedLength(length)) {
         I_SetError(1, "I_ConvertToBase64: dlen must be >= slen*4/3");
-        taken = int64_t{capacity} * 3 / 4;
+        taken = std::min<int64_t>(taken, int64_t{capacity} * 3 / 4);
     }
     if (taken < 1)
         return 0;
@@ -146,7 +146,7 @@ int32_t I_ConvertFromBase64(const char* source, int32_t length, void* dest, int3
     int64_t taken = length;
     if (capacity < int64_t{length} * 3 / 4) {
         I_SetError(1, "I_ConvertFromBase64: dlen must be >= slen*3/4");
-        taken = int64_t{capacity} * 4 / 3;
+        taken = std::min<int64_t>(taken, int64_t{capacity} * 4 / 3);
     }
     if (taken < 1)
         return 0;

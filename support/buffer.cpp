@@ -5,6 +5,7 @@
 #include <limits>
 #include <new>
 
+#include "support/uncleared.h"
 #include "vexalib/types.h"
 
 namespace vexa
@@ -57,14 +58,13 @@ const Header* headerOf(const void* block)
     return reinterpret_cast<const Header*>(static_cast<const uint8_t*>(block) - sizeof(Header));
 }
 
-} // namespace
-
-void* allocateBlock(int64_t count, int64_t size)
+// A block that the function gives room for.
+void* allocate(int64_t count, int64_t size, void* (*room)(std::size_t bytes))
 {
     const int64_t bytes = totalBytes(count, size);
     if (bytes < 0 || refused())
         return nullptr;
-    void* allocation = std::calloc(static_cast<std::size_t>(bytes) + 2 * kAlignment, 1);
+    void* allocation = room(static_cast<std::size_t>(bytes) + 2 * kAlignment);
     if (!allocation)
         return nullptr;
     const auto address = reinterpret_cast<uintptr_t>(allocation);
@@ -75,6 +75,18 @@ void* allocateBlock(int64_t count, int64_t size)
     ++state.counts.liveBlocks;
     state.counts.liveBytes += bytes;
     return block;
+}
+
+} // namespace
+
+void* allocateBlock(int64_t count, int64_t size)
+{
+    return allocate(count, size, [](std::size_t bytes) { return std::calloc(bytes, 1); });
+}
+
+void* allocateUncleared(int64_t count, int64_t size)
+{
+    return allocate(count, size, [](std::size_t bytes) { return std::malloc(bytes); });
 }
 
 void releaseBlock(void* block)

@@ -141,13 +141,23 @@ int runInfo(const std::vector<std::string>& names)
     int code = 0;
     for (const std::string& name : names) {
         try {
-            printText(describe(readPicture(name)));
+            const Picture picture = readPicture(name);
+            std::string text = describe(picture);
+            for (const std::string& line : picture.headers)
+                text += "    " + line + "\n";
+            printText(text);
         } catch (const Failure& failure) {
             std::fprintf(stderr, "vexa: %s\n", failure.what());
             code = kFailure;
         }
     }
     return code;
+}
+
+int runConvert(const ConvertCommand& command)
+{
+    convertPicture(command.in, command.out);
+    return 0;
 }
 
 int runDiff(const DiffCommand& command)

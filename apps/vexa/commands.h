@@ -48,11 +48,17 @@ struct DiffCommand {
     int32_t clipMode = 3;
 };
 
+struct ConvertCommand {
+    std::string in;
+    std::string out;
+};
+
 int runInspect(const InspectCommand& command);
 int runAlign(const AlignCommand& command);
 int runSynth(const SynthCommand& command);
 int runInfo(const std::vector<std::string>& names);
 int runDiff(const DiffCommand& command);
+int runConvert(const ConvertCommand& command);
 
 } // namespace app
 

@@ -26,7 +26,7 @@ constexpr char kMethod[] = "Method: a pixel counts where one picture is brighter
                            "Each spot is then measured on the plain difference, defect minus reference.\n"
                            "Exit code: 0 no defect, 1 defects found, 2 bad usage or unreadable input.";
 
-const char* const kPictures = "pictures are BMP, PNG, JPEG or TIFF files";
+const char* const kPictures = "pictures are BMP, PNG, JPEG, TIFF or raw files";
 
 // "3,-4" as a point, "1,2,3,4" as a box.
 void setOffset(VexaPoint& point, const std::vector<int32_t>& numbers)
@@ -172,6 +172,14 @@ CLI::App* addFilter(CLI::App& program, app::FilterCommand& command)
     return filter;
 }
 
+CLI::App* addConvert(CLI::App& program, app::ConvertCommand& command)
+{
+    CLI::App* convert = program.add_subcommand("convert", "writes a picture in another format");
+    convert->add_option("IN", command.in, kPictures)->required();
+    convert->add_option("OUT", command.out, "picture to write: .png, .bmp, .tif, .tiff or .raw")->required();
+    return convert;
+}
+
 CLI::App* addSettings(CLI::App& program, app::SettingsCommand& command)
 {
     CLI::App* settings =
@@ -287,13 +295,16 @@ int run(int argc, char** argv)
     app::TraceCommand traceCommand;
     app::ScaleCommand scaleCommand;
     app::RotateCommand rotateCommand;
+    app::ConvertCommand convertCommand;
     std::vector<std::string> names;
     const CLI::App* inspect = addInspect(program, inspectCommand, quiet, verbose);
     const CLI::App* align = addAlign(program, alignCommand);
     const CLI::App* synth = addSynth(program, synthCommand);
-    CLI::App* info = program.add_subcommand("info", "tells what pictures hold");
+    CLI::App* info =
+        program.add_subcommand("info", "tells what pictures hold, and all that their headers say");
     info->add_option("PICTURE", names, kPictures)->required();
     const CLI::App* diff = addDiff(program, diffCommand);
+    const CLI::App* convert = addConvert(program, convertCommand);
     const CLI::App* settings = addSettings(program, settingsCommand);
     const CLI::App* filter = addFilter(program, filterCommand);
     const CLI::App* profile = addProfile(program, profileCommand);
@@ -320,6 +331,8 @@ int run(int argc, char** argv)
         return app::runSynth(synthCommand);
     if (*filter)
         return app::runFilter(filterCommand);
+    if (*convert)
+        return app::runConvert(convertCommand);
     if (*settings)
         return app::runSettings(settingsCommand);
     if (*profile)

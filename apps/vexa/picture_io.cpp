@@ -11,8 +11,11 @@
 #include <utility>
 
 #include "failure.h"
+#include "header_facts.h"
 #include "output_files.h"
 #include "picture_formats.h"
+#include "vexalib/raw_file.h"
+#include "vexalib/tiff.h"
 #include "vexalib/vexalib.h"
 
 namespace app
@@ -87,8 +90,41 @@ Picture readBitmap(const std::string& name, const std::vector<uint8_t>& file)
     Image image = fromBitmap(bitmap);
     const int32_t type = I_ImGetType(image.number());
     FileFacts facts{"BMP", bits > 8 ? 8 : bits, bits > 8 ? bits / 8 : 1, type != PIX_BYTE, false};
-    return {name, facts,
+    return {name, facts, headerLines(file),
             type == PIX_BYTE || type == PIX_BGR24 ? std::move(image) : image.converted(PIX_BGR24)};
+}
+
+FileFacts factsOfType(int32_t type)
+{
+    if (type >= PIX_PALETTE)
+        return {"raw", 8, type == PIX_PALETTE ? 1 : 3, true, false};
+    const bool complex = type == PIX_COMPLEX || type == PIX_DCOMPLEX;
+    const int32_t samples = complex ? 2 : 1;
+    const bool floating = type >= PIX_FLOAT && type <= PIX_DCOMPLEX;
+    return {"raw", 8 * I_ImTypeBytes(type) / samples, samples, false, floating};
+}
+
+// Numbers that are no bytes are stretched from their smallest to their largest value.
+Image asBytes(Image image)
+{
+    const int32_t type = I_ImGetType(image.number());
+    if (type == PIX_BYTE || type == PIX_BGR24)
+        return image;
+    if (type < PIX_PALETTE)
+        I_ImGetRange(nullptr, nullptr, image.number());
+    return image.converted(type < PIX_PALETTE ? PIX_BYTE : PIX_BGR24);
+}
+
+// A file without any of the marks of the other formats: the library's own, if its header holds.
+Picture readRaw(const std::string& name, const std::vector<uint8_t>& file)
+{
+    I_SetError(0, "");
+    const int32_t number = I_ReadImageFile(name.c_str());
+    if (number == 0)
+        throw Failure("not a picture that vexa reads: BMP, PNG, JPEG, TIFF or raw");
+    Image image(number, "cannot read a raw file");
+    const FileFacts facts = factsOfType(I_ImGetType(number));
+    return {name, facts, headerLines(file), asBytes(std::move(image))};
 }
 
 Picture readAny(const std::string& name)
@@ -105,8 +141,8 @@ Picture readAny(const std::string& name)
              beginsWith(file, {'I', 'I', 43, 0}) || beginsWith(file, {'M', 'M', 0, 43}))
         decoded = decodeTiff(file);
     else
-        throw Failure("not a picture that vexa reads: BMP, PNG, JPEG or TIFF");
-    return {name, decoded.facts, Image(std::move(decoded.pixels))};
+        return readRaw(name, file);
+    return {name, decoded.facts, headerLines(file), Image(std::move(decoded.pixels))};
 }
 
 // The colour weights of the library's grey: 35 red, 50 green, 15 blue.
@@ -120,7 +156,7 @@ Image weightedGrey(const Image& color)
     return grey;
 }
 
-void tellWhatWasDropped(const Picture& picture)
+void tellWhatWasDropped(const Picture& picture, bool colorToo)
 {
     const FileFacts& facts = picture.facts;
     std::string dropped;
@@ -128,7 +164,7 @@ void tellWhatWasDropped(const Picture& picture)
         dropped = "floating-point samples are stretched to 8 bits";
     else if (facts.bits > 8)
         dropped = std::to_string(facts.bits) + " bits a sample are reduced to 8";
-    if (facts.color)
+    if (facts.color && colorToo)
         dropped += dropped.empty() ? "colour is reduced to grey" : ", colour to grey";
     if (!dropped.empty())
         note(picture.name + ": " + dropped);
@@ -167,10 +203,44 @@ Picture readPicture(const std::string& name)
 Picture readGreyPicture(const std::string& name)
 {
     Picture picture = readPicture(name);
-    tellWhatWasDropped(picture);
+    tellWhatWasDropped(picture, true);
     if (I_ImGetType(picture.image.number()) != PIX_BYTE)
         picture.image = weightedGrey(picture.image);
     return picture;
+}
+
+// The library's own writers; PNG through its library.
+void storeImage(const Image& image, const std::string& path, const std::string& type)
+{
+    I_SetError(0, "");
+    int32_t written = 0;
+    if (type == ".raw")
+        written = I_WriteRawFile(path.c_str(), image.number());
+    else if (type == ".bmp")
+        written = I_WriteBMP(path.c_str(), image.number());
+    else if (type == ".png")
+        return storeBytes(encodePng(image.read(I_ImGetType(image.number()) == PIX_BYTE ? 1 : 3)), path);
+    else
+        written = I_WriteTiffFile(path.c_str(), 0, 0, 0, 0, image.number());
+    require(written > 0, "cannot write the picture");
+}
+
+void convertPicture(const std::string& in, const std::string& out)
+{
+    const std::string type = ending(out);
+    if (type != ".raw" && !isWritableName(out))
+        throw Failure(out + ": a picture is written as .png, .bmp, .tif, .tiff or .raw");
+    Picture picture = readPicture(in);
+    // A raw file keeps its pixels as they are in another one.
+    if (type == ".raw" && picture.facts.format == "raw")
+        picture.image = Image(I_ReadImageFile(in.c_str()), "cannot read a raw file");
+    else
+        tellWhatWasDropped(picture, false);
+    const std::filesystem::path path = out;
+    OutputFiles files(path.parent_path());
+    files.add(path.filename().string(),
+              [&](const std::string& temporary) { storeImage(picture.image, temporary, type); });
+    files.commit();
 }
 
 bool isWritableName(const std::string& name)

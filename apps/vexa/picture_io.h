@@ -1,4 +1,4 @@
-// Picture files: BMP through the library; PNG, JPEG and TIFF through their own libraries.
+// Picture files: BMP and raw through the library; PNG, JPEG and TIFF through their own libraries.
 #ifndef VEXA_APPS_PICTURE_IO_H
 #define VEXA_APPS_PICTURE_IO_H
 
@@ -23,10 +23,11 @@ struct FileFacts {
 struct Picture {
     std::string name;
     FileFacts facts;
-    Image image; // PIX_BYTE, or PIX_BGR24 where the file has colour
+    std::vector<std::string> headers; // what the file's headers say, a fact a line
+    Image image;                      // PIX_BYTE, or PIX_BGR24 where the file has colour
 };
 
-// Reads a picture of any of the four formats; ends the command with a sentence where that is not possible.
+// Reads a picture of any of the five formats; ends the command with a sentence where that is not possible.
 Picture readPicture(const std::string& name);
 // The same as grey bytes. What is dropped on the way is said in one line.
 Picture readGreyPicture(const std::string& name);
@@ -36,6 +37,8 @@ bool isWritableName(const std::string& name);
 // Writes a picture to a path, in the format that the ending of another name tells.
 void storePicture(const Pixels& pixels, const std::string& path, const std::string& name);
 std::vector<uint8_t> encodePng(const Pixels& pixels);
+// Reads IN and writes OUT in the format that its ending tells: those of isWritableName, or .raw.
+void convertPicture(const std::string& in, const std::string& out);
 
 } // namespace app
 

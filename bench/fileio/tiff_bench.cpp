@@ -37,8 +37,7 @@ const bool kRead =
          .setUp =
              [](Scene& s) {
                  std::remove(fileName().c_str());
-                 cv::imwrite(fileName(), s.peerA,
-                             {cv::IMWRITE_TIFF_COMPRESSION, 1, cv::IMWRITE_TIFF_ROWSPERSTRIP, s.peerA.rows});
+                 cv::imwrite(fileName(), s.peerA, kPlain);
              }});
 
 } // namespace

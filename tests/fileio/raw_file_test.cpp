@@ -147,7 +147,7 @@ TEST_F(RawFiles, LiteralIllegalHeaders)
                        {4, INT32_MIN, 4, 1, 1}, {4, 2, 4, 1, 101},
                        {4, 2, 4, 1, -1},        {4, 3, 4, 1, 1},
                        {INT32_MAX, 1, 0, 8, 5}, {4, INT32_MAX, INT32_MAX, 1, 1},
-                       {9, 1, 0, 1, 1},         {1 << 30, 1 << 30, 0, 1, 1}};
+                       {9, 1, 0, 1, 1}, {4, 1, 1 << 30, 1, 1},         {1 << 30, 1 << 30, 0, 1, 1}};
     for (const auto& c : cases) {
         const int64_t before = allocationState().liveBytes;
         failAllocation(0, false);

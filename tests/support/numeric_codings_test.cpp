@@ -355,4 +355,13 @@ TEST(FailuresBase64, TooSmallABufferCutsTheInput)
     EXPECT_EQ(0, I_ConvertFromBase64("QUJD", 4, dest, -1));
 }
 
+TEST(BoundsBase64, NoMoreIsReadThanThereIs)
+{
+    // Room for 14 bytes in a buffer too short for the 13 that there are.
+    const std::vector<uint8_t> source(13, 'x');
+    char dest[20];
+    EXPECT_EQ(19, I_ConvertToBase64(source.data(), 13, dest, 19));
+    EXPECT_EQ("eHh4eHh4eHh4eHh4eA=", std::string(dest, 19));
+}
+
 } // namespace
