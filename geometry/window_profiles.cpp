@@ -19,9 +19,12 @@ namespace vexa
 constexpr int32_t kStripCols = 2048;
 constexpr int32_t kBandRows = 256;
 
+// Of the even columns, and of the odd ones.
 struct ColumnSums {
     uint16_t even[kStripCols / 2];
     uint16_t odd[kStripCols / 2];
+
+    uint16_t& at(int32_t column) { return (column & 1) == 0 ? even[column >> 1] : odd[column >> 1]; }
 };
 
 // Adds one or four rows of n bytes to the sums of their columns, and each row's sum to its own.
@@ -57,7 +60,7 @@ void addStrip(const uint8_t* const* rows, int32_t cols, int32_t rowCount, Sums s
     for (; y < rowCount; ++y)
         add.one(rows + y, cols, columns, rowSums + y);
     for (int32_t x = 0; sums.columns && x < cols; ++x)
-        sums.columns[x] += (x % 2 == 0 ? columns.even : columns.odd)[x / 2];
+        sums.columns[x] += columns.at(x);
     for (y = 0; sums.rows && y < rowCount; ++y)
         sums.rows[y] += rowSums[y];
 }

@@ -15,7 +15,7 @@ void addPairsFrom(int32_t first, const uint8_t* const* rows, int32_t n, ColumnSu
                   uint32_t* rowSums)
 {
     for (int32_t i = first; i < n; ++i) {
-        uint16_t& column = (i % 2 == 0 ? columns.even : columns.odd)[i / 2];
+        uint16_t& column = columns.at(i);
         for (int32_t r = 0; r < Rows; ++r) {
             column = static_cast<uint16_t>(column + rows[r][i]);
             rowSums[r] += rows[r][i];

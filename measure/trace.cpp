@@ -187,14 +187,15 @@ public:
 
     [[nodiscard]] bool append(VexaPointF point, VexaPoint pixel)
     {
-        // One more than the count may be read.
-        if (count_ + 1 >= capacity_ && !grow())
+        if (count_ + 1 >= capacity_ && !grow()) // with room for the point behind
             return false;
         exact_[count_] = point;
         whole_[count_++] = pixel;
         return true;
     }
     void dropLast() { --count_; }
+    // The point behind the last one, which is not counted.
+    void setBehind(VexaPointF point) { exact_[count_] = point; }
     VexaPointF* releaseExact() { return std::exchange(exact_, nullptr); }
     VexaPoint* releaseWhole() { return std::exchange(whole_, nullptr); }
 
@@ -241,17 +242,23 @@ bool meetsSecondPoint(const Trace& trace)
         direction = step.direction;
         if (!trace.append(step.point, {present.x + box.corner.x, present.y + box.corner.y}))
             return false;
+        trace.setBehind(step.point);
         if (trace.count() > int64_t{box.rows} * box.cols) {
             I_SetError(1, "TraceEdge looping? cnt=%d too high. imSize=%dx%d", saturateToInt32(trace.count()),
                        box.cols, box.rows);
             break;
         }
         if (meetsSecondPoint(trace)) {
-            trace.dropLast();
+            trace.dropLast(); // and stays behind the last one
+            return true;
+        }
+        if (stopAtRim && box.onRim(present))
+            break;
+        if (same(present, start)) {
+            if (findNext(box, present, direction, &step))
+                trace.setBehind(step.point);
             break;
         }
-        if ((stopAtRim && box.onRim(present)) || same(present, start))
-            break;
     }
     return true;
 }

@@ -46,8 +46,9 @@
 ///               the corner of the box
 /// @param points may be null; receives a block with the whole pixels of the walk, count of them, or null
 /// @param count  may be null; receives the number of points, 0 where the result is null
-/// @return the points, with one more behind the last that may be read; null where there are none. Both blocks are
-///         the caller's, to be freed with free or vexaFree
+/// @return the points; null where there are none. One more may be read behind the last: the point with which a closed
+///         contour would go on, otherwise the last once more. Both blocks are the caller's, to be freed with free or
+///         vexaFree
 ///
 /// Errors: that of the lookup; 2 "Create2DArray", "I_SpiralOutList" or "I_TraceEdge" without memory, with null. A
 /// start in the box that is no edge leaves, whether or not another is found,

@@ -88,6 +88,15 @@ std::vector<SweptFunction> sweptProfiles()
         swept("I_GetEdges", I_GetEdges, OUT, length, XY, REAL, REAL, OUT, OUT, OUT),
         swept("I_GetEdges5", I_GetEdges5, OUT, length, XY, REAL, OUT),
         swept("I_AdjustStartEdge", I_AdjustStartEdge, OUT, OUT, length, XY, REAL, SIZE),
+        {"I_EdgeShape",
+         [](Stage& s) {
+             const VexaBox box = {XY(s), XY(s), XY(s), XY(s)};
+             float out[5];
+             const auto some = [&](int32_t i) { return s.random() % 3 ? out + i : nullptr; };
+             I_EdgeShape(IM(s), MODE(s), s.random() % 8 ? &box : nullptr,
+                         s.pick({kLowest, -3, 0, 5, 20, kHighest}), static_cast<int32_t*>(OUT(s)), some(0),
+                         some(1), some(2), some(3), some(4), static_cast<int32_t*>(OUT(s)));
+         }},
         {"I_TraceEdge",
          [](Stage& s) {
              anyRegion(s);
