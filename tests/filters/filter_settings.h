@@ -129,7 +129,7 @@ private:
     int32_t open(int32_t cols, int32_t rows, int32_t type)
     {
         int32_t im = 0;
-        switch (random_() % 5) {
+        switch (random_() % 6) {
         case 0: { // the application's own memory, at any address
             const int32_t stride = cols * I_ImTypeBytes(type) + pick(9);
             stores_.push_back(std::make_unique<std::vector<uint8_t>>(
@@ -152,6 +152,10 @@ private:
             im = I_ImOpen(cols, rows, type);
             fill(im, type);
             I_ImInvertRows(im);
+            break;
+        case 4: // pixels without an address
+            im = I_ImOpenFile(cols, rows, 0, type, nullptr);
+            fill(im, type);
             break;
         default:
             im = I_ImOpen(cols, rows, type);
