@@ -75,41 +75,35 @@ struct GradientBox {
     Pixel* out; // may be null
     int32_t width;
     int32_t height;
+    int32_t* sizes; // room for the magnitudes of a row
 };
 
-void countGentle(const GradientRequest& request, int32_t value)
+// Adds a row of magnitudes, those below the threshold to the histogram.
+void addRow(const uint8_t* row, const int32_t* sizes, int32_t n, const GradientRequest& request,
+            GradientSums& sums)
 {
-    if (request.histogram)
-        ++request.histogram[std::clamp(value, 0, 255)];
-}
-
-int32_t magnitudeOf(int32_t a, int32_t b)
-{
-    return isqrt(a * a + b * b);
+    const int32_t strong = Rnd(request.threshold);
+    int64_t total = 0;
+    VEXA_ROWS(addStrongRow)(sizes, n, strong, &total, &sums.count);
+    sums.total += static_cast<double>(total);
+    for (int32_t x = 0; request.histogram && x < n; ++x)
+        if (sizes[x] < strong)
+            ++request.histogram[row[x]];
 }
 
 // Bytes: gentle slopes remain in the output, strong pixels are 0.
 GradientSums sumMagnitudes(const GradientBox<uint8_t>& box, const GradientRequest& request)
 {
-    const int32_t strong = Rnd(request.threshold);
-    const int64_t width = box.width;
+    const auto& magnitudes = VEXA_ROWS(magnitudesRow);
+    const auto& storeGentle = VEXA_ROWS(storeGentleRow);
+    const int32_t n = box.width - request.step;
     GradientSums sums;
     for (int32_t y = 0; y < int64_t{box.height} - request.step; ++y) {
-        const uint8_t* const row = box.pixels + y * width;
-        const uint8_t* const below = row + request.step * width;
-        uint8_t* const out = box.out ? box.out + y * width : nullptr;
-        for (int32_t x = 0; x < width - request.step; ++x) {
-            const int32_t size = magnitudeOf(row[x] - below[x], row[x] - row[x + request.step]);
-            const bool isStrong = size >= strong;
-            if (isStrong) {
-                sums.total += size;
-                ++sums.count;
-            } else {
-                countGentle(request, row[x]);
-            }
-            if (out)
-                out[x] = isStrong ? uint8_t{0} : static_cast<uint8_t>(size);
-        }
+        const uint8_t* const row = box.pixels + int64_t{y} * box.width;
+        magnitudes(row, row + int64_t{request.step} * box.width, request.step, n, box.sizes);
+        addRow(row, box.sizes, n, request, sums);
+        if (box.out)
+            storeGentle(box.sizes, n, Rnd(request.threshold), box.out + int64_t{y} * box.width);
     }
     return sums;
 }
@@ -125,35 +119,39 @@ int32_t directionOf(int32_t dx, int32_t dy, int32_t count)
     return bin;
 }
 
-// Bytes, with directions: the output tells them.
+// Adds the directions of a row's pixels above the threshold, and tells them in the output.
+void addDirections(const uint8_t* row, const uint8_t* below, const int32_t* sizes, int32_t n,
+                   const GradientRequest& request, uint8_t* out)
+{
+    // No product in quickAngle wraps, so that every bin is one: those of pixels that do not count need no look.
+    const bool everyBinHolds = request.angleCount > 0 && request.angleCount <= 1 << 20;
+    for (int32_t x = 0; x < n; ++x) {
+        const bool counts = !(request.threshold >= static_cast<float>(sizes[x]));
+        if (!counts && everyBinHolds)
+            continue;
+        const int32_t bin =
+            directionOf(row[x] - row[x + request.step], row[x] - below[x], request.angleCount);
+        if (counts && request.angles)
+            request.angles[bin] += static_cast<uint32_t>(sizes[x]);
+        if (counts && out)
+            out[x] = static_cast<uint8_t>(wrapMultiply(bin, 180) / request.angleCount + 70);
+    }
+}
+
+// Bytes, with directions.
 GradientSums sumDirections(const GradientBox<uint8_t>& box, const GradientRequest& request)
 {
-    const int32_t strong = Rnd(request.threshold);
-    const int64_t width = box.width;
+    const auto& magnitudes = VEXA_ROWS(magnitudesRow);
+    const int32_t n = box.width - request.step;
     GradientSums sums;
     // Required: two rows fewer than without directions.
     for (int32_t y = 0; y < int64_t{box.height} - request.step - 2; ++y) {
-        const uint8_t* const row = box.pixels + y * width;
-        const uint8_t* const below = row + request.step * width;
-        for (int32_t x = 0; x < width - request.step; ++x) {
-            const int32_t dx = row[x] - row[x + request.step];
-            const int32_t dy = row[x] - below[x];
-            const int32_t size = magnitudeOf(dx, dy);
-            const int32_t bin = directionOf(dx, dy, request.angleCount);
-            if (!(request.threshold >= static_cast<float>(size))) {
-                if (request.angles)
-                    request.angles[bin] += static_cast<uint32_t>(size);
-                if (box.out)
-                    box.out[y * width + x] =
-                        static_cast<uint8_t>(wrapMultiply(bin, 180) / request.angleCount + 70);
-            }
-            if (size < strong) {
-                countGentle(request, row[x]);
-            } else {
-                sums.total += size;
-                ++sums.count;
-            }
-        }
+        const uint8_t* const row = box.pixels + int64_t{y} * box.width;
+        const uint8_t* const below = row + int64_t{request.step} * box.width;
+        magnitudes(row, below, request.step, n, box.sizes);
+        addDirections(row, below, box.sizes, n, request,
+                      box.out ? box.out + int64_t{y} * box.width : nullptr);
+        addRow(row, box.sizes, n, request, sums);
     }
     return sums;
 }
@@ -174,8 +172,8 @@ GradientSums sumSquares(const GradientBox<float>& box, const GradientRequest& re
             if (square > strong) {
                 sums.total += square;
                 ++sums.count;
-            } else {
-                countGentle(request, truncToInt32(row[x]));
+            } else if (request.histogram) {
+                ++request.histogram[std::clamp(truncToInt32(row[x]), 0, 255)];
             }
         }
     }
@@ -192,12 +190,14 @@ bool runGradient(int32_t imSrc, int32_t imDest, const VexaBox& box, int32_t type
     const int64_t pixels = int64_t{width} * height;
     Buffer<Pixel> in(pixels);
     Buffer<Pixel> out(imDest != 0 ? pixels : 0);
-    if (malloctest(in && out ? in.data() : nullptr, "I_Gradient2"))
+    Buffer<int32_t> sizes(width);
+    if (malloctest(in && out && sizes ? in.data() : nullptr, "I_Gradient2"))
         return false;
     I_GetBlockType(box.left, box.top, width, height, in.data(), imSrc, type);
     if (startsAsCopy && imDest != 0)
         std::copy_n(in.data(), pixels, out.data());
-    *sums = sum(GradientBox<Pixel>{in.data(), imDest != 0 ? out.data() : nullptr, width, height});
+    *sums =
+        sum(GradientBox<Pixel>{in.data(), imDest != 0 ? out.data() : nullptr, width, height, sizes.data()});
     if (imDest != 0)
         I_PutBlockType(box.left, box.top, width, height, out.data(), imDest, type);
     return true;

@@ -160,6 +160,48 @@ inline void contourRow(const FrameLine& line, void* user)
     });
 }
 
+// isqrt of a sum of two squares of differences of bytes. From 65536 to 131071 isqrt is its table at the 128th part, times
+// its table at 128, which is 11.
+inline int32_t rootOfSquares(int32_t square)
+{
+    const bool large = square > 65535;
+    const auto root =
+        static_cast<int32_t>(std::sqrt(static_cast<float>(large ? square >> 7 : square)) + 0.5F);
+    return std::min(root, 255) * (large ? 11 : 1);
+}
+
+// The magnitudes of n pixels of a row from their differences to the pixels below and STEP columns to the right.
+inline void magnitudesRow(const uint8_t* row, const uint8_t* below, int32_t step, int32_t n, int32_t* sizes)
+{
+    const uint8_t* const beside = row + step;
+    VEXA_INDEPENDENT
+    for (int32_t x = 0; x < n; ++x) {
+        const int32_t a = row[x] - below[x];
+        const int32_t b = row[x] - beside[x];
+        sizes[x] = rootOfSquares(a * a + b * b);
+    }
+}
+
+// Adds up the magnitudes from STRONG on.
+inline void addStrongRow(const int32_t* sizes, int32_t n, int32_t strong, int64_t* total, int32_t* count)
+{
+    int32_t sum = 0;
+    int32_t number = 0;
+    for (int32_t x = 0; x < n; ++x) {
+        sum += sizes[x] >= strong ? sizes[x] : 0;
+        number += sizes[x] >= strong;
+    }
+    *total += sum;
+    *count += number;
+}
+
+inline void storeGentleRow(const int32_t* sizes, int32_t n, int32_t strong, uint8_t* out)
+{
+    VEXA_INDEPENDENT
+    for (int32_t x = 0; x < n; ++x)
+        out[x] = static_cast<uint8_t>(sizes[x] >= strong ? 0 : sizes[x]);
+}
+
 inline constexpr NinePointFilter kSobel = {sobelByteRow, sobelFloatRow};
 
 } // namespace

@@ -499,6 +499,35 @@ TEST(AgainstReferenceEdges, Gradients)
     }
 }
 
+// Two pixels of every pair of differences: magnitudes are isqrt, also where that is an estimate.
+TEST(AgainstReferenceEdges, EveryMagnitude)
+{
+    for (const vexa::InstructionSet set : vexa::availableInstructionSets()) {
+        vexa::limitInstructionSet(set);
+        for (int32_t right = 0; right < 256; ++right) {
+            // Rows of 0 and of every byte, in turn; beside a pixel of 0 stands one of that difference.
+            const int32_t src = byteImage(513, 2, [=](int32_t x, int32_t y) {
+                return x % 2 ? right : y ? x / 2 : 0;
+            });
+            const int32_t dst = byteImage(513, 2);
+            I_Gradient(src, dst, 1, 254.0F, nullptr, nullptr);
+            for (int32_t down = 0; down < 256; ++down) {
+                const int32_t size = isqrt(down * down + right * right);
+                ASSERT_EQ(size < 254 ? size : 0, pixel(dst, 2 * down, 0)) << right << " " << down;
+            }
+            int32_t count = 0;
+            const float mean = I_Gradient(src, 0, 1, 0.0F, nullptr, &count);
+            int64_t total = 0;
+            for (int32_t down = 0; down < 256; ++down)
+                total += isqrt(down * down + right * right) + isqrt(right * right);
+            ASSERT_EQ(512, count);
+            ASSERT_EQ(static_cast<float>(std::sqrt(static_cast<double>(total) / 512)), mean);
+            closeImages({src, dst});
+        }
+    }
+    vexa::limitInstructionSet(vexa::InstructionSet::avx512);
+}
+
 // From the description, after the sums by direction.
 float plainPeak(std::vector<uint32_t> angles)
 {
