@@ -5,6 +5,8 @@
 #include <filesystem>
 #include <optional>
 
+#include <gmock/gmock.h>
+
 #include "core/image_table.h"
 #include "support/buffer.h"
 #include "tests/support/test_failures.h"

@@ -4,6 +4,8 @@
 #include <array>
 #include <map>
 
+#include <gmock/gmock.h>
+
 #include "core/image_table.h"
 #include "support/buffer.h"
 #include "tests/core/platform_in_place.h"
