@@ -60,32 +60,58 @@ inline void transposeSixteen(const MatrixView& source, uint8_t* dest, int64_t pi
         _mm_storeu_si128(reinterpret_cast<__m128i*>(dest + i * pitch), a[i]);
 }
 
+// Fetches the lines of a block of the source, and those of the destination that it becomes. Nothing is read.
+inline void fetchBlock(const MatrixView& source, const WritableMatrix& dest, int32_t cols, int32_t rows)
+{
+    for (int32_t c = 0; c < cols; ++c)
+        __builtin_prefetch(source.pixels + c * source.pitch, 0);
+    for (int32_t r = 0; r < rows; ++r)
+        __builtin_prefetch(dest.pixels + r * dest.pitch, 1);
+}
+
+// A stretch of a length: of at least 16 pixels, though it may then overlap the one before.
+struct Stretch {
+    int32_t start;
+    int32_t length;
+
+    Stretch(int32_t begin, int32_t most, int32_t end)
+        : start(std::min(begin, end - 16)), length(std::min(most, end - start))
+    {
+    }
+};
+
 // Blocks of 64 by 64 bytes go by way of the first-level cache, so that the destination is written in whole
-// lines.
+// lines. The next block is fetched meanwhile.
 inline void transposeBytes(const MatrixView& source, const WritableMatrix& dest, int32_t cols, int32_t rows)
 {
     constexpr int32_t kBlock = 64;
     constexpr int32_t kPart = 16;
+    if (cols < kPart || rows < kPart) {
+        transpose<1>(source, dest, cols, rows);
+        return;
+    }
     alignas(64) uint8_t block[kBlock * kBlock];
-    const int32_t blockCols = cols / kPart * kPart;
-    const int32_t blockRows = rows / kPart * kPart;
-    for (int32_t c = 0; c < blockCols; c += kBlock) {
-        const int32_t width = std::min(kBlock, blockCols - c);
-        for (int32_t r = 0; r < blockRows; r += kBlock) {
-            const int32_t height = std::min(kBlock, blockRows - r);
-            for (int32_t j = 0; j < width; j += kPart)
-                for (int32_t i = 0; i < height; i += kPart)
-                    transposeSixteen({source.pixels + (c + j) * source.pitch + r + i, source.pitch},
-                                     block + i * kBlock + j, kBlock);
-            for (int32_t i = 0; i < height; ++i)
-                std::memcpy(dest.pixels + (r + i) * dest.pitch + c, block + i * kBlock,
-                            static_cast<std::size_t>(width));
+    for (int32_t col = 0; col < cols; col += kBlock) {
+        const Stretch c(col, kBlock, cols);
+        for (int32_t row = 0; row < rows; row += kBlock) {
+            const Stretch r(row, kBlock, rows);
+            const MatrixView from = {source.pixels + c.start * source.pitch + r.start, source.pitch};
+            const WritableMatrix to = {dest.pixels + r.start * dest.pitch + c.start, dest.pitch};
+            const int32_t next = std::min(kBlock, rows - row - kBlock);
+            fetchBlock({from.pixels + kBlock, from.pitch}, {to.pixels + kBlock * to.pitch, to.pitch},
+                       next > 0 ? c.length : 0, next);
+            for (int32_t j = 0; j < c.length; j += kPart) {
+                const int32_t x = std::min(j, c.length - kPart);
+                for (int32_t i = 0; i < r.length; i += kPart) {
+                    const int32_t y = std::min(i, r.length - kPart);
+                    transposeSixteen({from.pixels + x * from.pitch + y, from.pitch}, block + y * kBlock + x,
+                                     kBlock);
+                }
+            }
+            for (int32_t i = 0; i < r.length; ++i)
+                std::memcpy(to.pixels + i * to.pitch, block + i * kBlock, static_cast<std::size_t>(c.length));
         }
     }
-    transposePixels<1>({source.pixels + blockCols * source.pitch, source.pitch},
-                       {dest.pixels + blockCols, dest.pitch}, cols - blockCols, rows);
-    transposePixels<1>({source.pixels + blockRows, source.pitch},
-                       {dest.pixels + blockRows * dest.pitch, dest.pitch}, blockCols, rows - blockRows);
 }
 
 #else

@@ -308,18 +308,24 @@ void turnArea(const Turn& turn, const DirectPixels& direct)
         turnDirectly(turn, area, direct);
 }
 
-// Code 7 fills whole tiles directly. Others go through the block, which holds what the tile before left of
-// it.
+// Code 7 fills whole tiles directly, which lie together at the upper left. Others go through the block, which
+// holds what the tile before left of it.
 void turnDiagonally(const Turn& turn, const DirectPixels& direct, int32_t cols, int32_t rows,
                     TileBuffers& buffers)
 {
+    const VexaBox& box = turn.box;
+    const auto side = static_cast<int32_t>(turn.tileSide);
+    // As far as a tile's block lies in the source too.
+    const int32_t width =
+        std::min(filledLength(box.right - box.left + 1, side), rows - box.top) / side * side;
+    const int32_t height =
+        std::min(filledLength(box.bottom - box.top + 1, side), cols - box.left) / side * side;
+    if (width > 0 && height > 0)
+        turnDirectly(turn, {box.left, box.top, width, height}, direct);
     SourceBlock skipped = {};
     const auto visit = [&](const Tile& tile) {
-        const SourceBlock block = sourceBlock(turn, tile);
-        const bool inside = int64_t{block.x} + block.width <= cols && int64_t{block.y} + block.height <= rows;
-        if (inside && tile.width == turn.tileSide && tile.height == turn.tileSide) {
-            turnDirectly(turn, tile, direct);
-            skipped = block;
+        if (tile.x - box.left < width && tile.y - box.top < height) {
+            skipped = sourceBlock(turn, tile);
             return;
         }
         if (skipped.width > 0)

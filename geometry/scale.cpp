@@ -65,6 +65,8 @@ struct Scaling {
     int32_t n;      // pixels read of each row
     int32_t type;
     int32_t bands;
+    uint8_t* directDest; // where rows of bytes are resampled to without a buffer; null: through one
+    int64_t directStride;
 
     double fraction() const { return xoff - std::floor(xoff); }
     // What the row functions are told: several bands are planes.
@@ -199,6 +201,29 @@ void resampleRow(const Scaling& s, Row& source, Row& dest)
                         s.rowType());
 }
 
+// Resamples a row into the destination.
+void emitRow(const Scaling& s, Row& source, Row& dest, int32_t destRow)
+{
+    if (s.directDest) {
+        I_ResampleArrayByte(static_cast<const uint8_t*>(source.data()), s.n,
+                            s.directDest + destRow * s.directStride, s.width, s.fraction(), s.sx,
+                            s.interpolate);
+        return;
+    }
+    resampleRow(s, source, dest);
+    storeRow(s, destRow, dest);
+}
+
+// Rows of bytes are written whole, so that nothing of the row before shows in them.
+void findDirectDest(Scaling& s)
+{
+    DirectPixels direct;
+    if (s.type != PIX_BYTE || s.width < 2 || !findDirectPixels(s.imSrc, s.imDest, PIX_BYTE, direct))
+        return;
+    s.directDest = direct.dest + s.top * direct.destStride + s.left;
+    s.directStride = direct.destStride;
+}
+
 void tellRow(const Scaling& s, int32_t row)
 {
     if (row % kProgressRows == 0)
@@ -253,8 +278,7 @@ void scaleBlended(const Scaling& s, ScaleBuffers& buffers)
         }
         I_BlendRowsType(buffers.second.data(), buffers.first.data(), buffers.blend.data(), s.n, p - row,
                         s.rowType());
-        resampleRow(s, buffers.blend, buffers.dest);
-        storeRow(s, y, buffers.dest);
+        emitRow(s, buffers.blend, buffers.dest, y);
     }
 }
 
@@ -393,6 +417,7 @@ int32_t scaleRows(Scaling& s)
         return 0;
     if (clone.get() != 0)
         s.imSrc = clone.get();
+    findDirectDest(s);
     int32_t done = 0;
     ScaleBuffers buffers(s);
     I_TellProgress(0.1F, 1.0F, "ScaleImage");
