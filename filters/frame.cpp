@@ -278,7 +278,12 @@ uint8_t* FrameRun::straightRow(int32_t y) const
     if (!record || record->type != request_.type || y >= record->rows || box_.right >= record->cols)
         return nullptr;
     uint8_t* const pixels = directPixels(*record);
-    return pixels ? pixels + int64_t{y} * record->stride + int64_t{box_.left} * record->bytes : nullptr;
+    if (!pixels)
+        return nullptr;
+    uint8_t* const row = pixels + int64_t{y} * record->stride + int64_t{box_.left} * record->bytes;
+    // An application's own pixels stand anywhere; row functions want whole numbers where the processor does.
+    const auto alignment = static_cast<uintptr_t>(std::min(pixelBytes_ & -pixelBytes_, 8));
+    return reinterpret_cast<uintptr_t>(row) % alignment == 0 ? row : nullptr;
 }
 
 const uint8_t* FrameRun::rowAhead(int32_t y) const

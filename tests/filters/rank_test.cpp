@@ -643,6 +643,57 @@ TEST(AgainstReferenceRank, MeanCode)
                    kAllTypes, 25);
 }
 
+// Pixels of an application stand at any address, and nothing around them is written.
+TEST_F(BoundsRank, ImagesOfFloatsAtAnyAddress)
+{
+    const int32_t src = floatImage(70, 5, [](int32_t x, int32_t y) { return (x * 31 + y * 17) % 50 / 4.0; });
+    const int32_t expected = like(src, PIX_FLOAT);
+    for (const auto& [name, filter] : std::vector<std::pair<std::string, Filter>>{
+             {"median", I_Median},
+             {"erode", [](int32_t from, int32_t to) { return I_Erode(from, to, 1.5F); }},
+             {"fields", [](int32_t from, int32_t to) { return I_Deflicker(from, to, -1); }},
+             {"sharpen",
+              [](int32_t from, int32_t to) { return I_MxN9ptFilt(from, to, 3, 3, 0, nullptr); }}}) {
+        ASSERT_EQ(1, filter(src, expected));
+        for (int32_t shift = 0; shift < 4; ++shift) {
+            const int32_t stride = 70 * 4 + shift;
+            std::vector<uint8_t> memory(static_cast<std::size_t>(stride * 5 + 16), uint8_t{0xA5});
+            const int32_t dst = I_ImOpenPtr(70, 5, stride, PIX_FLOAT, memory.data() + shift);
+            ASSERT_EQ(1, filter(src, dst));
+            EXPECT_EQ(bytesOf(expected), bytesOf(dst)) << name << " " << shift;
+            for (int32_t y = 0; y < 5; ++y)
+                for (int32_t i = 0; i < shift; ++i)
+                    EXPECT_EQ(0xA5, memory[static_cast<std::size_t>(y * stride + i)]) << name;
+            closeImages({dst});
+        }
+    }
+}
+
+// Every width around the vectors: the canaries behind each row stay.
+TEST_F(BoundsRank, WidthsAroundTheVectors)
+{
+    for (const vexa::InstructionSet set : vexa::availableInstructionSets()) {
+        vexa::limitInstructionSet(set);
+        for (int32_t cols = 2; cols < 140; ++cols) {
+            const int32_t src = noiseImage(cols, 3, static_cast<uint32_t>(cols));
+            std::vector<uint8_t> memory(static_cast<std::size_t>((cols + 3) * 3), uint8_t{0xA5});
+            const int32_t dst = I_ImOpenPtr(cols, 3, cols + 3, PIX_BYTE, memory.data());
+            const int32_t expected = like(src);
+            runNineBytes(src, expected, 3, 3, plainMedian<uint8_t>);
+            ASSERT_EQ(1, I_Median(src, dst));
+            ASSERT_EQ(bytesOf(expected), bytesOf(dst)) << cols;
+            runNineBytes(src, expected, 3, 3, shrunk);
+            ASSERT_EQ(1, I_BinaryDilate(src, dst, -1));
+            ASSERT_EQ(bytesOf(expected), bytesOf(dst)) << cols;
+            for (int32_t y = 0; y < 3; ++y)
+                for (int32_t i = cols; i < cols + 3; ++i)
+                    ASSERT_EQ(0xA5, memory[static_cast<std::size_t>(y * (cols + 3) + i)]) << cols;
+            closeImages({src, dst, expected});
+        }
+    }
+    vexa::limitInstructionSet(vexa::InstructionSet::avx512);
+}
+
 // Every function of the family.
 const std::vector<std::pair<std::string, Filter>>& everyFilter()
 {
