@@ -26,6 +26,7 @@ constexpr std::size_t kCommentBytes = 32;
 constexpr int32_t kMostTypeCode = 100;
 constexpr int32_t kMostPixelBytes = 32;
 constexpr int64_t kMostRowBuffer = 0x2000000;
+constexpr int64_t kSmallPicture = 1 << 20;
 constexpr int32_t kTypeParam = 1;
 constexpr int32_t kPaletteParam = 13;
 
@@ -56,14 +57,25 @@ int32_t typeOfSamples(int32_t samples)
     return samples == 3 ? PIX_RGB24 : samples == 2 ? PIX_WORD : PIX_BYTE;
 }
 
-// True if the file holds the rows that its header promises. The last one may end with its pixels.
-bool holdsRows(const PictureFile& file, int64_t available)
+// Bytes that the rows take in the file. The last one may end with its pixels.
+int64_t bytesOfRows(const PictureFile& file)
 {
     const int64_t rowBytes = int64_t{file.cols} * I_ImTypeBytes(file.type);
-    const int64_t before = int64_t{file.stride} * (int64_t{file.rows} - 1);
-    const bool strideBorneOut = file.stride - rowBytes <= available;
-    return strideBorneOut && before <= available &&
-           std::min<int64_t>(file.stride, rowBytes) <= available - before;
+    return int64_t{file.stride} * (int64_t{file.rows} - 1) + std::min<int64_t>(file.stride, rowBytes);
+}
+
+// A header is believed only as far as the file's length bears it out: of what it promises, no more may lack than there
+// is, but for small pictures.
+bool isBorneOut(const PictureFile& file, int64_t available)
+{
+    const int64_t tolerated = std::max<int64_t>(available, kSmallPicture);
+    const int64_t rowBytes = int64_t{file.cols} * I_ImTypeBytes(file.type);
+    return file.stride - rowBytes <= tolerated && bytesOfRows(file) - available <= tolerated;
+}
+
+int32_t reportShort(int64_t got, int64_t wanted)
+{
+    return I_SetError(18, "len=%u, should be %u", static_cast<uint32_t>(got), static_cast<uint32_t>(wanted));
 }
 
 // A stride of fewer bytes than there are pixels stands for packed rows. False if that is no stride.
@@ -97,11 +109,8 @@ bool checkTiff(PictureFile& file)
         return I_SetError(1, "Corrupt Tiff Image");
     const bool strideFits = repairStride(file);
     const int64_t available = bytesLeft(file.stream.get());
-    if (strideFits && holdsRows(file, available))
-        return true;
     const int64_t wanted = int64_t{file.cols} * file.rows * I_ImTypeBytes(file.type);
-    return I_SetError(18, "len=%u, should be %u", static_cast<uint32_t>(available),
-                      static_cast<uint32_t>(wanted));
+    return (strideFits && isBorneOut(file, available)) || reportShort(available, wanted);
 }
 
 bool openRaw(const char* name, PictureFile& file)
@@ -116,8 +125,7 @@ bool openRaw(const char* name, PictureFile& file)
                        file.type >= 0 && file.type <= kMostTypeCode;
     if (file.type == 0)
         file.type = typeOfSamples(pixBytes);
-    // A header is believed only as far as the file's length bears it out.
-    if (legal && repairStride(file) && holdsRows(file, bytesLeft(file.stream.get())))
+    if (legal && repairStride(file) && isBorneOut(file, bytesLeft(file.stream.get())))
         return true;
     return I_SetError(32, "Illegal raw file header in %s (%d x %d x %d stride=%d)", shown(name), file.cols,
                       file.rows, pixBytes, stride);
@@ -150,13 +158,15 @@ bool copyFromFile(PictureFile& file, int32_t im)
     return true;
 }
 
-// A last row that ends with its pixels is a short read; zeros follow.
+// What the file has not got reads as zeros.
 void readDirect(const PictureFile& file, const ImageRecord& image)
 {
     auto* const pixels = static_cast<uint8_t*>(image.data);
     const auto bytes = static_cast<std::size_t>(int64_t{file.stride} * file.rows);
     const std::size_t got = std::fread(pixels, 1, bytes, file.stream.get());
     std::memset(pixels + got, 0, static_cast<std::size_t>(pixelSpan(image)) - got);
+    if (static_cast<int64_t>(got) < bytesOfRows(file))
+        reportShort(static_cast<int64_t>(got), bytesOfRows(file));
 }
 
 // An image whose rows lie as in the file.

@@ -123,6 +123,8 @@ Picture readRaw(const std::string& name, const std::vector<uint8_t>& file)
     if (number == 0)
         throw Failure("not a picture that vexa reads: BMP, PNG, JPEG, TIFF or raw");
     Image image(number, "cannot read a raw file");
+    if (I_GetError(nullptr, 0) != 0)
+        throw Failure("damaged raw file: the file ends too early");
     const FileFacts facts = factsOfType(I_ImGetType(number));
     return {name, facts, headerLines(file), asBytes(std::move(image))};
 }

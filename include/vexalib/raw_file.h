@@ -61,14 +61,18 @@ VEXA_API int32_t I_WriteRawFile(const char *name, int32_t im);
 /// without a palette it gets the file's comment; otherwise its comment is the file's name, and types 2 to 11
 /// get the range of their pixels as value range.
 ///
+/// Pixels that the file ends before are 0 and leave error 18, "len=%u, should be %u" of the bytes there and
+/// those promised, with the image as the result. Where more bytes lack than the file has, and more than 1
+/// MiB, the header is not believed, and no memory is asked for.
+///
 /// @return the image; or 0, with nothing left behind, with
 ///         16 "(NAME): SYSTEM": the file does not open;
 ///         18 "readrawheader: Bad raw header": neither a TIFF nor 52 bytes long;
 ///         32 "Illegal raw file header in NAME (%d x %d x %d stride=%d)" of cols, rows, pixBytes and stride:
-///         cols or rows below 1, pixBytes outside 1 to 32, type outside 0 to 100, or more rows than the
-///         file holds, which is found out before memory is asked for;
+///         cols or rows below 1, pixBytes outside 1 to 32, type outside 0 to 100, or a header of a raw file
+///         that is not believed;
 ///         1 "Corrupt Tiff Image": a TIFF of a width or height below 1;
-///         18 "len=%u, should be %u": a TIFF that ends before its pixels do;
+///         18 "len=%u, should be %u": the header of a TIFF that is not believed;
 ///         the errors of opening an image
 ///
 /// The errors of the TIFF reader are cleared before the raw file is tried.

@@ -156,7 +156,10 @@ TEST_F(Convert, FailuresAreOneSentence)
     expectFailure({"convert", good, scratch / "raw"}, "a picture is written as");
     expectFailure({"convert", scratch / "none.png", scratch / "a.png"}, "cannot open");
     writeText(scratch / "short.raw", rawFile({30, 40, 30, 1, 1}, "", "too few"));
-    expectFailure({"convert", scratch / "short.raw", scratch / "a.png"}, "not a picture that vexa reads");
+    expectFailure({"convert", scratch / "short.raw", scratch / "a.png"},
+                  "damaged raw file: the file ends too early");
+    writeText(scratch / "huge.raw", rawFile({30000, 40000, 30000, 1, 1}, "", "too few"));
+    expectFailure({"convert", scratch / "huge.raw", scratch / "a.png"}, "not a picture that vexa reads");
     writeText(scratch / "file", "in the way");
     expectFailure({"convert", good, scratch / "file/a.png"}, "file");
     expectFailure({"convert", good}, "OUT");

@@ -141,13 +141,19 @@ TEST_F(RawFiles, LiteralIllegalHeaders)
 {
     struct {
         int32_t cols, rows, stride, pixBytes, type;
-    } const cases[] = {{4, 2, 4, 33, 1},        {4, 2, 4, 0, 1},
-                       {4, 2, 4, -1, 1},        {0, 2, 4, 1, 1},
-                       {-4, 2, 4, 1, 1},        {4, 0, 4, 1, 1},
-                       {4, INT32_MIN, 4, 1, 1}, {4, 2, 4, 1, 101},
-                       {4, 2, 4, 1, -1},        {4, 3, 4, 1, 1},
-                       {INT32_MAX, 1, 0, 8, 5}, {4, INT32_MAX, INT32_MAX, 1, 1},
-                       {9, 1, 0, 1, 1}, {4, 1, 1 << 30, 1, 1},         {1 << 30, 1 << 30, 0, 1, 1}};
+    } const cases[] = {{4, 2, 4, 33, 1},
+                       {4, 2, 4, 0, 1},
+                       {4, 2, 4, -1, 1},
+                       {0, 2, 4, 1, 1},
+                       {-4, 2, 4, 1, 1},
+                       {4, 0, 4, 1, 1},
+                       {4, INT32_MIN, 4, 1, 1},
+                       {4, 2, 4, 1, 101},
+                       {4, 2, 4, 1, -1},
+                       {INT32_MAX, 1, 0, 8, 5},
+                       {4, INT32_MAX, INT32_MAX, 1, 1},
+                       {4, 1, 1 << 30, 1, 1},
+                       {1 << 30, 1 << 30, 0, 1, 1}};
     for (const auto& c : cases) {
         const int64_t before = allocationState().liveBytes;
         failAllocation(0, false);
@@ -431,9 +437,30 @@ TEST_F(RawFiles, BoundsAFileMayEndWithItsLastPixel)
     ASSERT_NE(0, im) << errorText();
     EXPECT_EQ(bytes[52 + 8 + 2], pixel(im, 2, 1));
     I_ImClose(im);
-    bytes.pop_back();
-    EXPECT_EQ(0, read(bytes));
+    EXPECT_EQ(0, I_GetError(nullptr, 0));
+}
+
+TEST_F(RawFiles, BoundsTruncatedFiles)
+{
+    Bytes bytes = rawBytes(3, 2, 8, 1, PIX_BYTE, "", 10);
+    int32_t im = read(bytes);
+    ASSERT_NE(0, im);
+    EXPECT_EQ(18, I_GetError(nullptr, 0));
+    EXPECT_EQ("len=10, should be 11", errorText());
+    EXPECT_EQ((Bytes{bytes[52], bytes[53], bytes[54], bytes[60], bytes[61], 0}), bytesOf(im));
+    I_ImClose(im);
+    // A header alone is a picture of zeros as long as it is small.
+    im = read(rawBytes(1024, 1024, 1024, 1, PIX_BYTE, "", 0));
+    ASSERT_NE(0, im);
+    EXPECT_EQ(0, pixel(im, 1023, 1023));
+    I_ImClose(im);
+    EXPECT_EQ(0, read(rawBytes(1024, 1025, 1024, 1, PIX_BYTE, "", 0)));
     EXPECT_EQ(32, I_GetError(nullptr, 0));
+    // Of a larger one half must be there.
+    im = read(rawBytes(2048, 2048, 2048, 1, PIX_BYTE, "", 2048 * 1024));
+    EXPECT_NE(0, im);
+    I_ImClose(im);
+    EXPECT_EQ(0, read(rawBytes(2048, 2048, 2048, 1, PIX_BYTE, "", 2048 * 1024 - 1)));
 }
 
 } // namespace
