@@ -126,7 +126,8 @@ TEST(IndependentBlock, ReadingAndWritingRectangles)
 {
     Random random(12);
     for (int32_t round = 0; round < 1500; ++round) {
-        const Shape shape = randomShape(random, kTypes[random() % std::size(kTypes)]);
+        Shape shape = randomShape(random, kTypes[random() % std::size(kTypes)]);
+        shape.inFile = false;
         int32_t type = between(random, 0, 2) == 0 ? shape.type : kTypes[random() % std::size(kTypes)];
         const bool put = between(random, 0, 1), ex = between(random, 0, 1);
         if (put && (shape.type == PIX_PALETTE || type == PIX_PALETTE))
@@ -244,7 +245,7 @@ TEST(IndependentBlock, CopiesBetweenImages)
                   randomShape(random, between(random, 0, 1) ? ss.type : kTypes[random() % std::size(kTypes)]);
         if (sd.type == PIX_PALETTE)
             sd.type = ss.type == PIX_PALETTE ? PIX_PALETTE : PIX_BYTE;
-        ss.inverted = sd.inverted = false;
+        ss.inverted = sd.inverted = ss.inFile = sd.inFile = false;
         const bool same = between(random, 0, 4) == 0;
         const int32_t sx = between(random, -2, ss.cols), sy = between(random, -2, ss.rows),
                       w = between(random, -1, ss.cols + 2), h = between(random, -1, ss.rows + 2),
@@ -299,6 +300,7 @@ TEST(IndependentBlock, ClearsFillWhatIsLeftOfTheRectangle)
         Shape shape = randomShape(random, kTypes[random() % std::size(kTypes)]);
         if (shape.type == PIX_PALETTE)
             shape.type = PIX_BYTE;
+        shape.inFile = false;
         const int32_t x = between(random, -3, shape.cols), y = between(random, -3, shape.rows),
                       w = between(random, -3, shape.cols + 2), h = between(random, -3, shape.rows + 2);
         const double value = between(random, 0, 200);
@@ -350,7 +352,8 @@ TEST(IndependentBlock, RangesOfAllPixels)
 {
     Random random(16);
     for (int32_t round = 0; round < 600; ++round) {
-        const Shape shape = randomShape(random, kTypes[random() % std::size(kTypes)]);
+        Shape shape = randomShape(random, kTypes[random() % std::size(kTypes)]);
+        shape.inFile = false;
         SCOPED_TRACE(tell(shape));
         const Picture p = shape.open();
         const Array a = wholeImage(p.im);
@@ -378,6 +381,74 @@ TEST(IndependentBlock, RangesOfAllPixels)
         p.close();
     }
     EXPECT_EQ(0, I_ImGetRange(nullptr, nullptr, 0));
+}
+
+// Pixels in a file go through the kind's own way: mirrored positions, packed delivery.
+TEST(IndependentBlock, ReadingAndWritingFiles)
+{
+    Random random(17);
+    for (int32_t round = 0; round < 800; ++round) {
+        Shape shape = randomShape(random, kTypes[random() % std::size(kTypes)]);
+        shape.window = false;
+        shape.inFile = true;
+        if (shape.type == PIX_PALETTE)
+            shape.type = PIX_BYTE;
+        if (shape.type == PIX_BGR32 || shape.type == PIX_RGB32) // whose spare byte is nobody's
+            shape.type = PIX_BGR24;
+        const int32_t type = between(random, 0, 1) ? shape.type : kTypes[random() % 9];
+        const int32_t x = between(random, 0, shape.cols - 1), y = between(random, 0, shape.rows - 1),
+                      w = between(random, 1, shape.cols - x), h = between(random, 1, shape.rows - y);
+        const int32_t bytes = I_ImTypeBytes(type), own = I_ImTypeBytes(shape.type);
+        const bool put = between(random, 0, 1) && !shape.inverted;
+        const int32_t pitch = between(random, 0, 1) && !put ? w * bytes + between(random, 0, 9) : 0;
+        I_SetColorBand(put ? between(random, -1, 2) : -1);
+        SCOPED_TRACE((put ? "put " : "get ") + tell(shape) + " as " + std::to_string(type) + " at " +
+                     std::to_string(x) + "," + std::to_string(y) + " " + std::to_string(w) + "x" +
+                     std::to_string(h) + " pitch " + std::to_string(pitch));
+        Shape twin = shape;
+        twin.inFile = twin.inverted = false;
+        const Picture file = shape.open(), memory = twin.open();
+        const Array a = wholeImage(memory.im);
+        const ScaleRecord scale = scaleOf(file.im, type, nullptr, false, false, !put);
+        std::vector<uint8_t> buffer(static_cast<std::size_t>((w * bytes + 9) * h), 77), wanted = buffer;
+        if (put) {
+            for (uint8_t& b : buffer)
+                b = static_cast<uint8_t>(random() % 60);
+            EXPECT_EQ(w * h, I_PutBlockTypeEx(x, y, w, h, buffer.data(), file.im, type, 0));
+            for (int32_t r = 0; r < h; ++r)
+                ConvertPixelType(&buffer[static_cast<std::size_t>(r * w * bytes)], type, a.pixelAt(x, y + r),
+                                 a.type, w, &scale);
+            std::vector<uint8_t> got = file.bytes(), expected;
+            for (int32_t r = 0; r < a.rows; ++r)
+                expected.insert(expected.end(), a.pixelAt(0, r), a.pixelAt(0, r) + a.cols * own);
+            EXPECT_TRUE(expected == got);
+        } else {
+            EXPECT_EQ(1, I_GetBlockTypeEx(x, y, w, h, buffer.data(), file.im, type, pitch));
+            const int32_t step = shape.inverted && pitch > 0 ? pitch : w * bytes;
+            const int32_t first = shape.inverted ? a.rows - y - h : y;
+            for (int32_t r = 0; r < h; ++r)
+                ConvertPixelType(a.pixelAt(x, first + (shape.inverted ? h - 1 - r : r)), a.type,
+                                 &wanted[static_cast<std::size_t>(r * step)], type, w, &scale);
+            EXPECT_TRUE(wanted == buffer);
+        }
+        file.close();
+        memory.close();
+        if (HasFailure())
+            return;
+    }
+    I_SetColorBand(-1);
+    // nothing was ever written: zeros and an error
+    const int32_t empty = I_ImOpenFile(4, 3, 0, PIX_BYTE, std::tmpfile());
+    uint8_t nine[12];
+    std::fill(std::begin(nine), std::end(nine), uint8_t{9});
+    clearError();
+    I_GetBlockType(0, 0, 4, 3, nine, empty, PIX_BYTE);
+    EXPECT_EQ(18, I_GetError(nullptr, 0));
+    EXPECT_EQ("filegetblock1(0 0 4 3)", errorText());
+    EXPECT_THAT(nine, testing::Each(0));
+    I_GetBlockTypeEx(1, 0, 2, 2, nine, empty, PIX_BYTE, 0);
+    EXPECT_EQ("filegetblock2(1 0 2 2)", errorText());
+    I_ImClose(empty);
 }
 
 TEST(IndependentBlock, NumbersOfTheDescription)

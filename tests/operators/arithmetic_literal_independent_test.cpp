@@ -1,6 +1,7 @@
 // The literal numbers, messages and failures of the arithmetic family.
 #include "tests/support/test_failures.h"
 #include "tests/support/test_images.h"
+#include "vexalib/smoothing.h"
 
 using namespace vexa::test;
 
@@ -155,6 +156,30 @@ TEST(IndependentArithmeticLiteral, SubtractInStagesShowsThePendingError)
     EXPECT_EQ(1U, histogram[10]);
     EXPECT_EQ(1, I_GetClipMode());
     EXPECT_EQ(open, I_ImCount());
+}
+
+TEST(IndependentArithmeticLiteral, FractionsOfAPixelShiftACloneFirst)
+{
+    I_SetROIType(0);
+    const int32_t a = noiseImage(33, 20, 1), b = noiseImage(33, 20, 2), dest = byteImage(33, 20),
+                  plain = byteImage(33, 20);
+    for (const float dy : {0.0F, -1.25F}) {
+        uint32_t got[256], wanted[256];
+        const int32_t open = I_ImCount();
+        I_SetClipMode(4);
+        EXPECT_EQ(1, I_Subtract1Ex(a, b, dest, 0.5F, dy, 2, 0.3F, got));
+        EXPECT_EQ(4, I_GetClipMode());
+        EXPECT_EQ(open, I_ImCount());
+        const int32_t clone = I_CloneImage(b, 0, 1);
+        I_ShiftSharpen(b, clone, 0.5F, dy, 0.3F);
+        I_SetClipMode(2);
+        I_Subtract(a, clone, plain, 0, 0);
+        I_CalcHist(wanted, plain);
+        EXPECT_EQ(bytesOf(plain), bytesOf(dest));
+        EXPECT_EQ(0, std::memcmp(wanted, got, sizeof got));
+        I_ImClose(clone);
+    }
+    I_SetClipMode(1);
 }
 
 TEST(IndependentArithmeticLiteral, FailuresCarryTheDescribedTexts)

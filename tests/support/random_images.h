@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstdio>
 #include <cstring>
 #include <random>
 #include <string>
@@ -79,9 +80,15 @@ struct Picture {
 
     std::vector<uint8_t> bytes() const
     {
-        int32_t cols = 0, rows = 0, stride = 0;
-        I_ImGetSize(&cols, &rows, nullptr, owner);
+        int32_t cols = 0, rows = 0, stride = 0, width = 0;
+        I_ImGetSize(&cols, &rows, &width, owner);
         const auto* base = static_cast<const uint8_t*>(I_ImGetPtr(0, 0, nullptr, &stride, owner));
+        if (base == nullptr) { // in a file
+            std::vector<uint8_t> pixels(static_cast<std::size_t>(cols) *
+                                        static_cast<std::size_t>(rows * width));
+            I_GetBlockTypeEx(0, 0, cols, rows, pixels.data(), owner, I_ImGetType(owner), 0);
+            return pixels;
+        }
         return {base, base + int64_t{stride} * rows};
     }
     void close() const
@@ -92,10 +99,24 @@ struct Picture {
     }
 };
 
+// A copy whose pixels lie in a file, in place of the image.
+inline int32_t movedToFile(int32_t im)
+{
+    int32_t cols = 0, rows = 0, stride = 0;
+    I_ImGetSize(&cols, &rows, nullptr, im);
+    const int32_t type = I_ImGetType(im), file = I_ImOpenFile(cols, rows, 0, type, std::tmpfile());
+    auto* base = static_cast<uint8_t*>(I_ImGetPtr(0, 0, nullptr, &stride, im));
+    for (int32_t y = 0; y < rows; ++y)
+        I_PutBlockTypeEx(0, y, cols, 1, base + int64_t{y} * stride, file, type, 0);
+    I_ImClose(im);
+    return file;
+}
+
 struct Shape {
     int32_t cols, rows, type;
     bool window, inverted, ranged;
     uint32_t seed;
+    bool inFile = false; // not together with window
 
     Picture open() const
     {
@@ -103,6 +124,8 @@ struct Shape {
         Picture p{};
         p.owner = I_ImOpen(window ? cols + 7 : cols, window ? rows + 5 : rows, type);
         fillRandomly(p.owner, random);
+        if (inFile)
+            p.owner = movedToFile(p.owner);
         if (inverted) {
             const int32_t flag = 1;
             I_ImSetParam(&flag, 0, 19, p.owner);
@@ -117,14 +140,15 @@ struct Shape {
 inline Shape randomShape(Random& random, int32_t type)
 {
     static const int32_t kSizes[] = {1, 2, 3, 5, 8, 13, 15, 16, 17, 31, 32, 33, 40, 63, 64, 65, 70};
-    const bool inverted = between(random, 0, 5) == 0;
+    const bool inverted = between(random, 0, 5) == 0, window = between(random, 0, 2) == 0;
     return {kSizes[random() % std::size(kSizes)],
             between(random, 1, 9),
             type,
-            between(random, 0, 2) == 0,
+            window,
             inverted,
             between(random, 0, 4) == 0,
-            static_cast<uint32_t>(random())};
+            static_cast<uint32_t>(random()),
+            !window && between(random, 0, 9) == 0};
 }
 
 // Any of the four kinds of region, laid somewhere around an image of the size.
@@ -164,7 +188,8 @@ inline void randomRegion(Random& random, int32_t cols, int32_t rows)
 inline std::string tell(const Shape& s)
 {
     return std::to_string(s.cols) + "x" + std::to_string(s.rows) + " type " + std::to_string(s.type) +
-           (s.window ? " window" : "") + (s.inverted ? " inverted" : "") + (s.ranged ? " ranged" : "");
+           (s.window ? " window" : "") + (s.inverted ? " inverted" : "") + (s.ranged ? " ranged" : "") +
+           (s.inFile ? " in a file" : "");
 }
 
 } // namespace vexa::test::plain
