@@ -2,7 +2,6 @@
 #include <cstring>
 #include <utility>
 
-#include "core/text.h"
 #include "platform/platform.h"
 #include "support/buffer.h"
 #include "support/guard.h"

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cstring>
 
 #include "core/image_kinds.h"
 #include "support/buffer.h"
