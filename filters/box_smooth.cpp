@@ -5,6 +5,8 @@
 #include <functional>
 #include <utility>
 
+#include "core/image_memory.h"
+#include "core/image_table.h"
 #include "filters/frame.h"
 #include "operators/working_type.h"
 #include "support/buffer.h"
@@ -111,32 +113,115 @@ FrameFilter chooseByteFilter(int32_t width, int32_t height, const BoxParameter& 
     return fitsShort(height, box.scale) ? filters.columnBytes : filters.columnBytesTall;
 }
 
-// One of width and height is 1.
+// One pass, ready to run; one of width and height is 1.
+struct Pass {
+    int32_t type;
+    Window x;
+    Window y;
+    BoxParameter box;
+    Buffer<uint8_t> sums;
+    FrameFilter filter;
+
+    Pass(int32_t imSrc, int32_t imDest, float width, float height)
+        : type(NarrowestPixelType(orNoImage(imSrc), orNoImage(imDest), kNoImage, 1) == PIX_BYTE ? PIX_BYTE
+                                                                                                : PIX_FLOAT),
+          x(width), y(height)
+    {
+        const float area = width * height;
+        const bool rows = x.samples > 1;
+        const float edge = rows ? x.edge : y.edge;
+        box = {Rnd(static_cast<float>(1024.0 / double{area})),
+               truncToInt32(edge * 1024.0F),
+               1.0 / double{area},
+               double{edge},
+               nullptr,
+               0};
+        if (!rows && box.scale != 0)
+            sums = columnSums(imDest, y.samples, type, box);
+        box.sums = sums.data();
+        const BoxFilters& filters = VEXA_ROWS(kBoxFilters);
+        filter = type == PIX_BYTE ? chooseByteFilter(x.samples, y.samples, box)
+                 : rows           ? filters.rowFloats
+                                  : filters.columnFloats;
+    }
+};
+
 void smoothingPass(int32_t imSrc, int32_t imDest, float width, float height)
 {
-    const int32_t type = NarrowestPixelType(orNoImage(imSrc), orNoImage(imDest), kNoImage, 1);
-    const Window x(width);
-    const Window y(height);
-    const float area = width * height;
-    const bool rows = x.samples > 1;
-    const float edge = rows ? x.edge : y.edge;
-    BoxParameter box = {Rnd(static_cast<float>(1024.0 / double{area})),
-                        truncToInt32(edge * 1024.0F),
-                        1.0 / double{area},
-                        double{edge},
-                        nullptr,
-                        0};
-    const bool bytes = type == PIX_BYTE;
-    Buffer<uint8_t> sums;
-    if (!rows && box.scale != 0)
-        sums = columnSums(imDest, y.samples, type, box);
-    box.sums = sums.data();
-    const BoxFilters& filters = VEXA_ROWS(kBoxFilters);
-    const FrameFilter filter = bytes  ? chooseByteFilter(x.samples, y.samples, box)
-                               : rows ? filters.rowFloats
-                                      : filters.columnFloats;
-    runFrame(imSrc, imDest, x.samples, y.samples, &box, filter, bytes ? PIX_BYTE : PIX_FLOAT,
+    Pass pass(imSrc, imDest, width, height);
+    runFrame(imSrc, imDest, pass.x.samples, pass.y.samples, &pass.box, pass.filter, pass.type,
              FrameOutput::straight);
+}
+
+// Both passes line by line: a smoothed line need not go through the image.
+struct PassPair {
+    Pass& columns;
+    Pass& rows;
+    BorderRule border;
+    int32_t pixelBytes;
+    uint8_t* line; // the first pixel between its pads
+};
+
+void runPair(const FrameLine& line, void* user)
+{
+    const auto& pair = *static_cast<const PassPair*>(user);
+    FrameLine down = line;
+    down.out = pair.line;
+    pair.columns.filter(down, &pair.columns.box);
+    const int32_t samples = pair.rows.x.samples;
+    const int32_t reach = samples / 2;
+    pair.border.padRow(pair.line, line.count, reach, reach, pair.pixelBytes);
+    void* padded = pair.line - int64_t{reach} * pair.pixelBytes;
+    const FrameLine across = {line.x0, line.y,     samples, 1,    &padded, line.out,
+                              nullptr, line.count, false,   true, nullptr};
+    pair.rows.filter(across, &pair.rows.box);
+}
+
+bool disjoint(const ImageRecord& a, const ImageRecord& b)
+{
+    const std::less_equal<const void*> notBehind;
+    return notBehind(directPixels(a) + pixelSpan(a), directPixels(b)) ||
+           notBehind(directPixels(b) + pixelSpan(b), directPixels(a));
+}
+
+// True where running the passes line by line gives what one after the other gives: whole rows of images alike, no pixel
+// of which is read again after a line was stored.
+bool pairable(int32_t imSrc, int32_t imDest, const VexaBox& box)
+{
+    const ImageRecord* const src = imageRecordOrNull(imSrc);
+    const ImageRecord* const dest = imageRecordOrNull(imDest);
+    if (!src || !dest || !directPixels(*src) || !directPixels(*dest))
+        return false;
+    if (src->type != dest->type || src->cols != dest->cols || src->rows != dest->rows)
+        return false;
+    if ((dest->type != PIX_BYTE && dest->type != PIX_FLOAT) || box.left != 0 || box.right != dest->cols - 1)
+        return false;
+    int32_t right = 1;
+    int32_t bottom = 1;
+    if (I_GetROIType() == 1)
+        I_GetWindowROI(nullptr, nullptr, &right, &bottom);
+    if (I_GetROIType() > 1 || right < 1 || bottom < 1)
+        return false;
+    return imSrc == imDest ? BorderRule(dest->type).mode != BorderRule::Mode::reflect : disjoint(*src, *dest);
+}
+
+// False: nothing was done.
+bool smoothLineByLine(int32_t imSrc, int32_t imDest, float width, float height, const VexaBox& box)
+{
+    constexpr int32_t kWidest = 4096;
+    constexpr int32_t kTallest = 1 << 20;
+    if (!(width > 1.0F && width < kWidest && height < kTallest) || !pairable(imSrc, imDest, box))
+        return false;
+    Pass columns(imSrc, imDest, 1.0F, height);
+    Pass rows(imDest, imDest, width, 1.0F);
+    const int32_t pixelBytes = I_ImTypeBytes(rows.type);
+    const int64_t pads = rows.x.samples;
+    Buffer<uint8_t> line((int64_t{box.right} + 1 + pads) * pixelBytes + kFrameSlack);
+    if (!line)
+        return false;
+    PassPair pair = {columns, rows, BorderRule(rows.type), pixelBytes, line.data() + pads / 2 * pixelBytes};
+    runFrame(imSrc, imDest, 1, columns.y.samples, &pair, runPair, rows.type, FrameOutput::straight);
+    return true;
 }
 
 // Pixels of an image beside a region, put back when they have served their turn.
@@ -217,6 +302,8 @@ int32_t I_MxNSmooth(int32_t imSrc, int32_t imDest, float width, float height)
     }
     const WidenedBox columns(imDest, width);
     const VexaBox& box = columns.box;
+    if (smoothLineByLine(imSrc, imDest, width, height, box))
+        return 1;
     const int32_t rows = box.bottom - box.top + 1;
     const SavedStrip left(imDest, columns.left, box.top, saturateToInt32(columns.leftStrip()), rows);
     const SavedStrip right(imDest, box.right + 1, box.top, saturateToInt32(columns.rightStrip()), rows);

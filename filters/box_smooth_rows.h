@@ -152,8 +152,10 @@ template <typename Sum>
 struct WindowLevels {
     static constexpr int32_t kPiece = sizeof(Sum) == 2 ? 1024 : 384;
     static constexpr int32_t kLevels = 8; // of 2, 4, ... 256 pixels
+    // Levels are computed in whole vectors, beyond what is needed: for that the rows have slack.
+    static constexpr int32_t kStep = sizeof(Sum) == 2 ? 32 : 16;
 
-    alignas(64) Sum level[kLevels][kPiece + kWindowPart];
+    alignas(64) Sum level[kLevels][kPiece + kWindowPart + 5 * kStep];
     alignas(64) Sum combined[kPiece];
 
     // finish(i, sum of window pixels from i on) for i below n, by doubling: the sums of 2, 4, 8, ... pixels, of which a
@@ -161,16 +163,24 @@ struct WindowLevels {
     template <typename Pixel, typename Finish>
     [[gnu::always_inline]] inline void sum(const Pixel* source, int32_t n, int32_t window, Finish finish)
     {
+        int32_t levels = 0;
+        while (2 << levels <= window)
+            ++levels;
+        int32_t held[kLevels] = {};
+        int32_t needed = n + window - (1 << levels);
+        for (int32_t k = levels - 1; k >= 0; --k) {
+            held[k] = (needed + kStep - 1) / kStep * kStep;
+            needed = held[k] + (1 << k);
+        }
         const Sum* parts[kLevels] = {};
         int32_t used = 0;
         int32_t offset = window % 2;
-        for (int32_t k = 0; 2 << k <= window; ++k) {
+        for (int32_t k = 0; k < levels; ++k) {
             const int32_t width = 2 << k;
-            const int32_t held = n + window - width;
             if (k == 0)
-                addPairs(source, held);
+                addPairs(source, held[0]);
             else
-                addTo(level[k], level[k - 1], level[k - 1] + width / 2, held);
+                addTo(level[k], level[k - 1], level[k - 1] + width / 2, held[k]);
             if ((window & width) != 0) {
                 parts[used++] = level[k] + offset;
                 offset += width;
@@ -343,13 +353,22 @@ inline void boxColumnFloats(const FrameLine& line, void* user)
             for (int32_t k = window - 2; k >= 0; --k)
                 addTo(fromRow(k), fromRow(k + 1), row(first + k), n);
             std::fill_n(grown, n, 0.0);
-        } else {
-            addTo(grown, grown, row(first + window - 1), n);
         }
     }
     const double* const rest = fromRow(box.phase);
-    finishFloats(static_cast<float*>(line.out), row(0), row(line.height - 1), n, box,
-                 [=](int32_t i) { return rest[i] + grown[i]; });
+    const bool grows = line.newLine && box.phase != 0;
+    const float* const entering = row(first + window - 1);
+    const auto finish = [&](auto sumAt) {
+        finishFloats(static_cast<float*>(line.out), row(0), row(line.height - 1), n, box, sumAt);
+    };
+    if (grows)
+        finish([=](int32_t i) {
+            const double sum = grown[i] + entering[i];
+            grown[i] = sum;
+            return rest[i] + sum;
+        });
+    else
+        finish([=](int32_t i) { return rest[i] + grown[i]; });
 }
 
 inline void boxRowFloats(const FrameLine& line, void* user)

@@ -22,9 +22,8 @@ namespace vexa
 namespace
 {
 
-// Holds a pixel of any type.
-constexpr int32_t kWidestPixel = 16;
 constexpr int32_t kReplicate = -1;
+constexpr int32_t kWidestPixel = BorderRule::kWidestPixel;
 
 struct State {
     int32_t borderMode = kReplicate;
@@ -33,23 +32,28 @@ struct State {
 };
 State state;
 
-enum class Border { constant, replicate, reflect };
+void fillPixels(uint8_t* at, const uint8_t* pixel, int32_t count, int32_t pixelBytes)
+{
+    memsetStruct(at, pixel, count, pixelBytes);
+}
 
-// What a run does outside the image. One constant serves all types: it is converted anew for each run.
-struct BorderRule {
-    Border border = Border::reflect;
-    uint8_t pixel[kWidestPixel] = {};
+// Required: the left reflection leaves the edge pixel out, the right one repeats it once.
+void reflectRow(uint8_t* first, int32_t pixels, int32_t left, int32_t right, int32_t pixelBytes)
+{
+    const auto bytes = static_cast<std::size_t>(pixelBytes);
+    const auto pixel = [=](int64_t i) { return first + i * pixelBytes; };
+    for (int64_t i = 1; i <= left; ++i)
+        std::memcpy(pixel(-i), pixel(std::min<int64_t>(i, pixels - 1)), bytes);
+    for (int64_t i = 1; i <= right; ++i)
+        std::memcpy(pixel(pixels - 1 + i), pixel(pixels - std::min<int64_t>(i, pixels)), bytes);
+}
 
-    explicit BorderRule(int32_t type)
-    {
-        if (state.borderMode == kReplicate)
-            border = Border::replicate;
-        if (state.borderMode < 0)
-            return;
-        border = Border::constant;
-        I_ArrayConvert(state.borderConstant, state.borderConstantType, pixel, type, 1);
-    }
-};
+void repeatEdges(uint8_t* first, int32_t pixels, int32_t left, int32_t right, int32_t pixelBytes)
+{
+    uint8_t* const end = first + int64_t{pixels} * pixelBytes;
+    fillPixels(first - int64_t{left} * pixelBytes, first, left, pixelBytes);
+    fillPixels(end, end - pixelBytes, right, pixelBytes);
+}
 
 // Which columns are fetched, and what is missing beside them.
 struct ColumnPlan {
@@ -99,9 +103,11 @@ struct FrameRequest {
 
 class FrameRun
 {
+    using Mode = BorderRule::Mode;
+
 public:
     FrameRun(const FrameRequest& request, const BorderRule& rule, int32_t cols, int32_t rows)
-        : request_(request), rule_(rule), border_(rule.border), cols_(cols), rows_(rows),
+        : request_(request), rule_(rule), cols_(cols), rows_(rows),
           pixelBytes_(request.type == kTypeRaw ? kWidestPixel : I_ImTypeBytes(request.type))
     {
     }
@@ -113,12 +119,8 @@ public:
 
 private:
     int64_t ringSize() const { return request_.height; }
-    uint8_t* fillBorder(uint8_t* at, int32_t pixels) const;
     void fetch(int64_t y, uint8_t* row) const;
     void fetchOrFill(int64_t y, uint8_t* row) const;
-    void padByEdge(uint8_t* row) const;
-    void padByReflection(uint8_t* row) const;
-    void padByConstant(uint8_t* row) const;
     int64_t preloadedRow(int64_t y) const;
     int64_t enteringRow(int64_t y) const;
     void preload();
@@ -130,7 +132,6 @@ private:
 
     FrameRequest request_;
     BorderRule rule_;
-    Border border_;
     int32_t cols_; // the size that both images have
     int32_t rows_;
     int32_t pixelBytes_;
@@ -171,13 +172,6 @@ bool FrameRun::allocate(const VexaBox& box)
     return true;
 }
 
-// Returns the place behind what it filled.
-uint8_t* FrameRun::fillBorder(uint8_t* at, int32_t pixels) const
-{
-    memsetStruct(at, rule_.pixel, pixels, pixelBytes_);
-    return at + int64_t{pixels} * pixelBytes_;
-}
-
 void FrameRun::fetch(int64_t y, uint8_t* row) const
 {
     I_GetBlockType(plan_.first, static_cast<int32_t>(y), plan_.fetched, 1,
@@ -187,53 +181,26 @@ void FrameRun::fetch(int64_t y, uint8_t* row) const
 // Every pixel of a row outside the image is the constant.
 void FrameRun::fetchOrFill(int64_t y, uint8_t* row) const
 {
-    if (border_ == Border::constant && (y < 0 || y >= rows_))
-        fillBorder(row, plan_.padded);
+    if (rule_.mode == Mode::constant && (y < 0 || y >= rows_))
+        fillPixels(row, rule_.pixel, plan_.padded, pixelBytes_);
     else
         fetch(y, row);
-}
-
-void FrameRun::padByConstant(uint8_t* row) const
-{
-    fillBorder(row, plan_.leftPad);
-    fillBorder(row + (int64_t{plan_.leftPad} + plan_.fetched) * pixelBytes_, plan_.rightPad);
-}
-
-void FrameRun::padByEdge(uint8_t* row) const
-{
-    uint8_t* const first = row + int64_t{plan_.leftPad} * pixelBytes_;
-    uint8_t* const end = first + int64_t{plan_.fetched} * pixelBytes_;
-    memsetStruct(row, first, plan_.leftPad, pixelBytes_);
-    memsetStruct(end, end - pixelBytes_, plan_.rightPad, pixelBytes_);
-}
-
-// Required: the left reflection leaves the edge pixel out, the right one repeats it once.
-void FrameRun::padByReflection(uint8_t* row) const
-{
-    const auto bytes = static_cast<std::size_t>(pixelBytes_);
-    uint8_t* const first = row + int64_t{plan_.leftPad} * pixelBytes_;
-    const auto pixel = [&](int64_t i) { return first + i * pixelBytes_; };
-    for (int64_t i = 1; i <= plan_.leftPad; ++i)
-        std::memcpy(pixel(-i), pixel(std::min<int64_t>(i, plan_.fetched - 1)), bytes);
-    for (int64_t i = 1; i <= plan_.rightPad; ++i)
-        std::memcpy(pixel(plan_.fetched - 1 + i), pixel(plan_.fetched - std::min<int64_t>(i, plan_.fetched)),
-                    bytes);
 }
 
 // Required: there is no reflection at the bottom for rows loaded ahead.
 int64_t FrameRun::preloadedRow(int64_t y) const
 {
-    if (border_ == Border::constant)
+    if (rule_.mode == Mode::constant)
         return y;
-    const int64_t above = border_ == Border::reflect && y < 0 ? -y : y;
+    const int64_t above = rule_.mode == Mode::reflect && y < 0 ? -y : y;
     return std::clamp<int64_t>(above, 0, rows_ - 1);
 }
 
 int64_t FrameRun::enteringRow(int64_t y) const
 {
-    if (y < rows_ || border_ == Border::constant)
+    if (y < rows_ || rule_.mode == Mode::constant)
         return y;
-    return border_ == Border::replicate ? rows_ - 1 : std::max<int64_t>(0, 2 * int64_t{rows_} - y - 2);
+    return rule_.mode == Mode::replicate ? rows_ - 1 : std::max<int64_t>(0, 2 * int64_t{rows_} - y - 2);
 }
 
 // Required: rows loaded ahead are padded with their edge pixels in the reflecting mode, too.
@@ -241,11 +208,12 @@ void FrameRun::preload()
 {
     for (int64_t i = 0; i + 1 < ringSize(); ++i) {
         auto* const row = static_cast<uint8_t*>(stores_.neighbourhood[i]);
+        uint8_t* const first = row + int64_t{plan_.leftPad} * pixelBytes_;
         fetchOrFill(preloadedRow(int64_t{box_.top} - ringSize() / 2 + i), row);
-        if (border_ == Border::constant)
-            padByConstant(row);
+        if (rule_.mode == Mode::reflect)
+            repeatEdges(first, plan_.fetched, plan_.leftPad, plan_.rightPad, pixelBytes_);
         else
-            padByEdge(row);
+            rule_.padRow(first, plan_.fetched, plan_.leftPad, plan_.rightPad, pixelBytes_);
     }
 }
 
@@ -261,12 +229,8 @@ void FrameRun::advance(int32_t y)
     newLine_ = true;
     auto* const row = static_cast<uint8_t*>(stores_.neighbourhood[size - 1]);
     fetchOrFill(enteringRow(int64_t{y} - size / 2 + size - 1), row);
-    if (border_ == Border::reflect)
-        padByReflection(row);
-    else if (border_ == Border::replicate)
-        padByEdge(row);
-    else
-        padByConstant(row);
+    rule_.padRow(row + int64_t{plan_.leftPad} * pixelBytes_, plan_.fetched, plan_.leftPad, plan_.rightPad,
+                 pixelBytes_);
 }
 
 // The destination's pixels under the box; null where rows go through the output pair.
@@ -437,6 +401,27 @@ void callBack(const FrameLine& line, void* user)
 }
 
 } // namespace
+
+BorderRule::BorderRule(int32_t type)
+{
+    if (state.borderMode == kReplicate)
+        mode = Mode::replicate;
+    if (state.borderMode < 0)
+        return;
+    mode = Mode::constant;
+    // One constant serves all types: it is converted anew for each run.
+    I_ArrayConvert(state.borderConstant, state.borderConstantType, pixel, type, 1);
+}
+
+void BorderRule::padRow(uint8_t* first, int32_t pixels, int32_t left, int32_t right, int32_t pixelBytes) const
+{
+    if (mode == Mode::reflect)
+        return reflectRow(first, pixels, left, right, pixelBytes);
+    if (mode == Mode::replicate)
+        return repeatEdges(first, pixels, left, right, pixelBytes);
+    fillPixels(first - int64_t{left} * pixelBytes, pixel, left, pixelBytes);
+    fillPixels(first + int64_t{pixels} * pixelBytes, pixel, right, pixelBytes);
+}
 
 int32_t runFrame(int32_t imSrc, int32_t imDest, int32_t width, int32_t height, void* user, FrameFilter filter,
                  int32_t type, FrameOutput output)

@@ -35,7 +35,7 @@ struct FrameLine {
 
 using FrameFilter = void (*)(const FrameLine& line, void* user);
 
-inline constexpr int32_t kFrameSlack = 128;
+inline constexpr int32_t kFrameSlack = 256;
 
 // Where a row function writes its pixels.
 enum class FrameOutput {
@@ -47,6 +47,20 @@ enum class FrameOutput {
 // I_MxNOperatorType with a row function of this library.
 int32_t runFrame(int32_t imSrc, int32_t imDest, int32_t width, int32_t height, void* user, FrameFilter filter,
                  int32_t type, FrameOutput output);
+
+// What the frame does outside an image: the border mode, and the constant in the type that is worked in.
+struct BorderRule {
+    enum class Mode { constant, replicate, reflect };
+    static constexpr int32_t kWidestPixel = 16;
+
+    Mode mode = Mode::reflect;
+    uint8_t pixel[kWidestPixel] = {};
+
+    // Of the border mode in force.
+    explicit BorderRule(int32_t type);
+    // Continues a row of pixels by so many to the left and to the right, as the frame does with the rows of a walk.
+    void padRow(uint8_t* first, int32_t pixels, int32_t left, int32_t right, int32_t pixelBytes) const;
+};
 
 // The border mode of a function's own work; the border is as before on every way out.
 class [[nodiscard]] BorderModeGuard
