@@ -11,6 +11,63 @@ namespace
 // Windows are summed in parts of so many pixels at most.
 inline constexpr int32_t kWindowPart = 256;
 
+// Doubles of one vector register, and the floats they are made of and become.
+inline constexpr int32_t kLanes = VEXA_LEVEL == 3 ? 8 : VEXA_LEVEL == 2 ? 4 : 2;
+typedef double DoubleLanes __attribute__((vector_size(kLanes * 8)));
+typedef float FloatLanes __attribute__((vector_size(kLanes * 4)));
+
+// One number or a register of them, as doubles.
+template <typename Number>
+Number loadAs(const double* from)
+{
+    Number numbers;
+    std::memcpy(&numbers, from, sizeof numbers);
+    return numbers;
+}
+template <typename Number>
+Number loadAs(const float* from)
+{
+    if constexpr (std::is_same_v<Number, double>) {
+        return double{*from};
+    } else {
+#if VEXA_LEVEL >= 3
+        return _mm512_cvtps_pd(_mm256_loadu_ps(from)); // which a conversion of vectors does not always become
+#elif VEXA_LEVEL == 2
+        return _mm256_cvtps_pd(_mm_loadu_ps(from));
+#else
+        FloatLanes floats;
+        std::memcpy(&floats, from, sizeof floats);
+        return __builtin_convertvector(floats, DoubleLanes);
+#endif
+    }
+}
+
+inline void storeAs(float* to, double number)
+{
+    *to = static_cast<float>(number);
+}
+inline void storeAs(float* to, DoubleLanes numbers)
+{
+    const FloatLanes floats = __builtin_convertvector(numbers, FloatLanes);
+    std::memcpy(to, &floats, sizeof floats);
+}
+template <typename Number>
+void storeAs(double* to, Number numbers)
+{
+    std::memcpy(to, &numbers, sizeof numbers);
+}
+
+// body(i, a number of the kind to load) for all i below n, in whole registers as far as they go.
+template <typename Body>
+[[gnu::always_inline]] inline void forLanes(int32_t n, Body body)
+{
+    int32_t i = 0;
+    for (; i + kLanes <= n; i += kLanes)
+        body(i, DoubleLanes{});
+    for (; i < n; ++i)
+        body(i, double{});
+}
+
 // (sum * scale + 512) >> 10, of which the low byte is stored. In 16 bits: the high half of sum * (scale * 128) is
 // sum * scale / 512, for scales up to kMostShortScale.
 inline uint16_t scaleFactor(uint16_t, int32_t scale)
@@ -120,22 +177,38 @@ template <int32_t Parts, typename Sum, typename Pixel, typename Finish>
     const Sum* const a = parts[0];
     const Sum* const b = parts[1];
     const Sum* const c = parts[2];
-    const auto rest = [=](int32_t i) {
-        Sum sum = Parts > 0 ? a[i] : Sum{0};
-        if constexpr (Parts > 1)
-            sum = static_cast<Sum>(sum + b[i]);
-        if constexpr (Parts > 2)
-            sum = static_cast<Sum>(sum + c[i]);
-        return sum;
-    };
-    if (odd) {
-        VEXA_INDEPENDENT
-        for (int32_t i = 0; i < n; ++i)
-            finish(i, static_cast<Sum>(rest(i) + source[i]));
+    if constexpr (std::is_same_v<Sum, double>) {
+        forLanes(n, [=](int32_t i, auto kind) {
+            using Number = decltype(kind);
+            Number sum = kind;
+            if (odd)
+                sum = loadAs<Number>(source + i);
+            if constexpr (Parts > 0)
+                sum += loadAs<Number>(a + i);
+            if constexpr (Parts > 1)
+                sum += loadAs<Number>(b + i);
+            if constexpr (Parts > 2)
+                sum += loadAs<Number>(c + i);
+            finish(i, sum);
+        });
     } else {
-        VEXA_INDEPENDENT
-        for (int32_t i = 0; i < n; ++i)
-            finish(i, rest(i));
+        const auto rest = [=](int32_t i) {
+            Sum sum = Parts > 0 ? a[i] : Sum{0};
+            if constexpr (Parts > 1)
+                sum = static_cast<Sum>(sum + b[i]);
+            if constexpr (Parts > 2)
+                sum = static_cast<Sum>(sum + c[i]);
+            return sum;
+        };
+        if (odd) {
+            VEXA_INDEPENDENT
+            for (int32_t i = 0; i < n; ++i)
+                finish(i, static_cast<Sum>(rest(i) + source[i]));
+        } else {
+            VEXA_INDEPENDENT
+            for (int32_t i = 0; i < n; ++i)
+                finish(i, rest(i));
+        }
     }
 }
 
@@ -157,6 +230,7 @@ struct WindowLevels {
 
     alignas(64) Sum level[kLevels][kPiece + kWindowPart + 5 * kStep];
     alignas(64) Sum combined[kPiece];
+    alignas(64) double widened[std::is_same_v<Sum, double> ? kPiece + kWindowPart + 5 * kStep : 1];
 
     // finish(i, sum of window pixels from i on) for i below n, by doubling: the sums of 2, 4, 8, ... pixels, of which a
     // window takes those that its binary digits name. So the cost grows by the digits of the window only.
@@ -172,6 +246,20 @@ struct WindowLevels {
             held[k] = (needed + kStep - 1) / kStep * kStep;
             needed = held[k] + (1 << k);
         }
+        if constexpr (std::is_same_v<Pixel, float>) {
+            forLanes(std::max(held[0] + 1, n),
+                     [&](int32_t i, auto kind) { storeAs(widened + i, loadAs<decltype(kind)>(source + i)); });
+            combine(widened, n, window, levels, held, finish);
+        } else {
+            combine(source, n, window, levels, held, finish);
+        }
+    }
+
+private:
+    template <typename Pixel, typename Finish>
+    [[gnu::always_inline]] inline void combine(const Pixel* source, int32_t n, int32_t window, int32_t levels,
+                                               const int32_t* held, Finish finish)
+    {
         const Sum* parts[kLevels] = {};
         int32_t used = 0;
         int32_t offset = window % 2;
@@ -201,7 +289,6 @@ struct WindowLevels {
             finishWindows<3>(source, parts, n, odd, finish);
     }
 
-private:
     template <typename Pixel>
     void addPairs(const Pixel* source, int32_t n)
     {
@@ -219,7 +306,7 @@ template <typename Sum, typename Pixel, typename Finish>
     WindowLevels<Sum> levels;
     for (int32_t start = 0; start < count; start += levels.kPiece) {
         const int32_t n = std::min(levels.kPiece, count - start);
-        levels.sum(source + start, n, window, [=](int32_t i, Sum sum) { finish(start + i, sum); });
+        levels.sum(source + start, n, window, [=](int32_t i, auto sum) { finish(start + i, sum); });
     }
 }
 
@@ -235,7 +322,12 @@ template <typename Sum, typename Pixel, typename Finish>
         std::fill_n(sums, n, Sum{0});
         for (int32_t part = 0; part < window; part += kWindowPart)
             levels.sum(source + start + part, n, std::min(kWindowPart, window - part),
-                       [&sums](int32_t i, Sum sum) { sums[i] = static_cast<Sum>(sums[i] + sum); });
+                       [&sums](int32_t i, auto sum) {
+                           if constexpr (std::is_same_v<Sum, double>)
+                               storeAs(sums + i, loadAs<decltype(sum)>(sums + i) + sum);
+                           else
+                               sums[i] = static_cast<Sum>(sums[i] + sum);
+                       });
         VEXA_INDEPENDENT
         for (int32_t i = 0; i < n; ++i)
             finish(start + i, sums[i]);
@@ -277,15 +369,14 @@ template <typename SumAt>
 {
     const double inverse = box.inverse;
     const double edge = box.edge;
-    if (edge == 0.0) {
-        VEXA_INDEPENDENT
-        for (int32_t i = 0; i < n; ++i)
-            out[i] = static_cast<float>(sumAt(i) * inverse);
-    } else {
-        VEXA_INDEPENDENT
-        for (int32_t i = 0; i < n; ++i)
-            out[i] = static_cast<float>((sumAt(i) + (double{low[i]} + high[i]) * edge) * inverse);
-    }
+    if (edge == 0.0)
+        forLanes(n, [=](int32_t i, auto kind) { storeAs(out + i, sumAt(i, kind) * inverse); });
+    else
+        forLanes(n, [=](int32_t i, auto kind) {
+            using Number = decltype(kind);
+            const Number ends = loadAs<Number>(low + i) + loadAs<Number>(high + i);
+            storeAs(out + i, (sumAt(i, kind) + ends * edge) * inverse);
+        });
 }
 
 // A low window, its rows summed in registers.
@@ -298,10 +389,10 @@ void boxColumnFloatsLow(const FrameLine& line, const BoxParameter& box)
     for (int32_t k = 0; k < Rows; ++k)
         rows[k] = row(first + k);
     finishFloats(static_cast<float*>(line.out), row(0), row(line.height - 1), line.count, box,
-                 [=](int32_t i) {
-                     double sum = rows[0][i];
+                 [=](int32_t i, auto kind) {
+                     auto sum = loadAs<decltype(kind)>(rows[0] + i);
                      for (int32_t k = 1; k < Rows; ++k)
-                         sum += rows[k][i];
+                         sum += loadAs<decltype(kind)>(rows[k] + i);
                      return sum;
                  });
 }
@@ -319,7 +410,7 @@ inline void boxColumnFloatsAnew(const FrameLine& line, const BoxParameter& box)
         for (int32_t k = first; k <= last - first; ++k)
             addTo(sums, sums, row(k), n);
         finishFloats(static_cast<float*>(line.out) + start, row(0), row(last), n, box,
-                     [&sums](int32_t i) { return sums[i]; });
+                     [&sums](int32_t i, auto kind) { return loadAs<decltype(kind)>(sums + i); });
     }
 }
 
@@ -351,7 +442,11 @@ inline void boxColumnFloats(const FrameLine& line, void* user)
         if (box.phase == 0) {
             std::copy_n(row(first + window - 1), n, fromRow(window - 1));
             for (int32_t k = window - 2; k >= 0; --k)
-                addTo(fromRow(k), fromRow(k + 1), row(first + k), n);
+                forLanes(n, [to = fromRow(k), below = fromRow(k + 1), pixels = row(first + k)](int32_t i,
+                                                                                               auto kind) {
+                    using Number = decltype(kind);
+                    storeAs(to + i, loadAs<Number>(below + i) + loadAs<Number>(pixels + i));
+                });
             std::fill_n(grown, n, 0.0);
         }
     }
@@ -362,13 +457,16 @@ inline void boxColumnFloats(const FrameLine& line, void* user)
         finishFloats(static_cast<float*>(line.out), row(0), row(line.height - 1), n, box, sumAt);
     };
     if (grows)
-        finish([=](int32_t i) {
-            const double sum = grown[i] + entering[i];
-            grown[i] = sum;
-            return rest[i] + sum;
+        finish([=](int32_t i, auto kind) {
+            using Number = decltype(kind);
+            const Number sum = loadAs<Number>(grown + i) + loadAs<Number>(entering + i);
+            storeAs(grown + i, sum);
+            return loadAs<Number>(rest + i) + sum;
         });
     else
-        finish([=](int32_t i) { return rest[i] + grown[i]; });
+        finish([=](int32_t i, auto kind) {
+            return loadAs<decltype(kind)>(rest + i) + loadAs<decltype(kind)>(grown + i);
+        });
 }
 
 inline void boxRowFloats(const FrameLine& line, void* user)
@@ -379,9 +477,10 @@ inline void boxRowFloats(const FrameLine& line, void* user)
     auto* const out = static_cast<float*>(line.out);
     const double inverse = box.inverse;
     const double edge = box.edge;
-    const auto store = [=](int32_t i, double sum) { out[i] = static_cast<float>(sum * inverse); };
-    const auto storeWithEnds = [=](int32_t i, double sum) {
-        out[i] = static_cast<float>((sum + (double{row[i]} + right[i]) * edge) * inverse);
+    const auto store = [=](int32_t i, auto sum) { storeAs(out + i, sum * inverse); };
+    const auto storeWithEnds = [=](int32_t i, auto sum) {
+        const auto ends = loadAs<decltype(sum)>(row + i) + loadAs<decltype(sum)>(right + i);
+        storeAs(out + i, (sum + ends * edge) * inverse);
     };
     if (line.width > kMostShortWindow)
         edge == 0.0 ? sumWideWindows<double>(row, line.count, line.width, store)
