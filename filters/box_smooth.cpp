@@ -1,5 +1,6 @@
 // The separable moving average with windows of fractional size.
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <cstring>
 #include <functional>
@@ -33,6 +34,23 @@ constexpr int32_t kMostShortScale = 511;
 // Between rows of sums of floats, so that they do not share cache sets where the width is a power of two.
 constexpr int32_t kFloatSumsGap = 72;
 
+// The exponents of floats that were met: twice the bits of the largest, and of the smallest that is not 0, less 1.
+struct Spread {
+    uint32_t highest = 0;
+    uint32_t lowest = UINT32_MAX;
+
+    // True if sums of so many of these floats, in any order, are exact in doubles; a number that is none spoils that.
+    bool sumsExactly(int32_t count) const
+    {
+        if (lowest == UINT32_MAX)
+            return true;
+        const auto high = static_cast<int32_t>(highest >> 24);
+        const auto low = std::max(static_cast<int32_t>((lowest + 1) >> 24), 1);
+        const auto carries = static_cast<int32_t>(std::bit_width(static_cast<uint32_t>(count)));
+        return high < 255 && high - low + 24 + carries <= 53;
+    }
+};
+
 // What a smoothing pass hands to its row functions.
 struct BoxParameter {
     int32_t scale;  // 1024 over the area of the window
@@ -40,7 +58,10 @@ struct BoxParameter {
     double inverse; // 1 over the area
     double edge;    // the weight for floats
     void* sums;     // of each column, kept from line to line; null without memory
-    int32_t phase;  // of a column window of floats within its block
+    // Of a column window of floats:
+    bool running; // its sums move on by the row that enters and the one that leaves
+    Spread spread;
+    int32_t phase; // within its block, where they do not
 };
 
 struct BoxFilters {
@@ -135,6 +156,8 @@ struct Pass {
                1.0 / double{area},
                double{edge},
                nullptr,
+               false,
+               {},
                0};
         if (!rows && box.scale != 0)
             sums = columnSums(imDest, y.samples, type, box);

@@ -247,10 +247,14 @@ struct WindowLevels {
             needed = held[k] + (1 << k);
         }
         if constexpr (std::is_same_v<Pixel, float>) {
-            forLanes(std::max(held[0] + 1, n),
-                     [&](int32_t i, auto kind) { storeAs(widened + i, loadAs<decltype(kind)>(source + i)); });
+            forLanes(std::max(held[0], n), [&](int32_t i, auto kind) {
+                const auto pixel = loadAs<decltype(kind)>(source + i);
+                storeAs(widened + i, pixel);
+                storeAs(level[0] + i, pixel + loadAs<decltype(kind)>(source + i + 1));
+            });
             combine(widened, n, window, levels, held, finish);
         } else {
+            addPairs(source, held[0]);
             combine(source, n, window, levels, held, finish);
         }
     }
@@ -265,9 +269,7 @@ private:
         int32_t offset = window % 2;
         for (int32_t k = 0; k < levels; ++k) {
             const int32_t width = 2 << k;
-            if (k == 0)
-                addPairs(source, held[0]);
-            else
+            if (k > 0)
                 addTo(level[k], level[k - 1], level[k - 1] + width / 2, held[k]);
             if ((window & width) != 0) {
                 parts[used++] = level[k] + offset;
@@ -360,7 +362,8 @@ void boxRowBytes(const FrameLine& line, void* user)
     }
 }
 
-// Floats are summed in doubles, and no sum is ever taken back: a pixel outside a window leaves no trace in it.
+// Floats are summed in doubles, and no sum is ever taken back that is not exact: a pixel outside a window leaves no
+// trace in it.
 
 // (sum + the weighted ends) / area for the outputs of a line.
 template <typename SumAt>
@@ -414,59 +417,120 @@ inline void boxColumnFloatsAnew(const FrameLine& line, const BoxParameter& box)
     }
 }
 
+inline void extendSpread(Spread& spread, const float* row, int32_t n)
+{
+    uint32_t highest = spread.highest;
+    uint32_t lowest = spread.lowest;
+    for (int32_t i = 0; i < n; ++i) {
+        uint32_t bits = 0;
+        std::memcpy(&bits, row + i, sizeof bits);
+        bits <<= 1; // without the sign
+        highest = std::max(highest, bits);
+        lowest = std::min(lowest, bits - 1); // 0 becomes the largest of all
+    }
+    spread = {highest, lowest};
+}
+
+// The rows that a column window counts in full.
+struct WindowRows {
+    const FrameLine& line;
+    int32_t first;
+    int32_t count;
+
+    const float* operator[](int32_t k) const { return static_cast<const float*>(line.rows[first + k]); }
+    template <typename SumAt>
+    void finish(const BoxParameter& box, SumAt sumAt) const
+    {
+        finishFloats(static_cast<float*>(line.out), static_cast<const float*>(line.rows[0]),
+                     static_cast<const float*>(line.rows[line.height - 1]), line.count, box, sumAt);
+    }
+};
+
+// True while the sums can be carried from line to line. The floats of all rows met so far have a say in that.
+inline bool staysExact(const WindowRows& rows, BoxParameter& box)
+{
+    const FrameLine& line = rows.line;
+    if (line.bandStart) {
+        box.spread = {};
+        box.running = true;
+        for (int32_t k = 0; k < rows.count; ++k)
+            extendSpread(box.spread, rows[k], line.count);
+    } else if (line.newLine && box.running) {
+        extendSpread(box.spread, rows[rows.count - 1], line.count);
+    }
+    return box.running && box.spread.sumsExactly(rows.count + 1);
+}
+
+// The sums of all rows but the first are kept from line to line.
+inline void boxColumnFloatsRunning(const WindowRows& rows, double* kept, const BoxParameter& box)
+{
+    const FrameLine& line = rows.line;
+    const float* const top = rows[0];
+    if (line.bandStart) {
+        std::fill_n(kept, line.count, 0.0);
+        for (int32_t k = 1; k < rows.count; ++k)
+            addTo(kept, kept, rows[k], line.count);
+    } else if (line.newLine) {
+        const float* const entering = rows[rows.count - 1];
+        rows.finish(box, [=](int32_t i, auto kind) {
+            using Number = decltype(kind);
+            const Number sum = loadAs<Number>(kept + i) + loadAs<Number>(entering + i);
+            storeAs(kept + i, sum - loadAs<Number>(top + i));
+            return sum;
+        });
+        return;
+    }
+    rows.finish(box, [=](int32_t i, auto kind) {
+        return loadAs<decltype(kind)>(kept + i) + loadAs<decltype(kind)>(top + i);
+    });
+}
+
 // A column window over blocks of as many rows as it has: its rows are the last ones of a block and the first ones of the
 // next. When it covers a block, the sums from each row of the block to its last one are made; from then on the sum of
-// the next block's rows grows line by line. So a line costs the same for any height of the window (van Herk, "A fast
-// algorithm for local minimum and maximum filters on rectangular and octagonal kernels", 1992, has it for minima).
+// the next block's rows grows line by line. So a line costs the same for any height of the window, and nothing is taken
+// back (van Herk, "A fast algorithm for local minimum and maximum filters on rectangular and octagonal kernels", 1992,
+// has it for minima).
+inline void boxColumnFloatsByBlocks(const WindowRows& rows, double* grown, BoxParameter& box, bool start)
+{
+    const FrameLine& line = rows.line;
+    const int32_t n = line.count;
+    const auto fromRow = [=](int32_t k) { return grown + int64_t{k + 1} * (n + kFloatSumsGap); };
+    if (start || line.newLine)
+        box.phase = start || box.phase + 1 == rows.count ? 0 : box.phase + 1;
+    if (box.phase == 0 && (start || line.newLine)) {
+        std::copy_n(rows[rows.count - 1], n, fromRow(rows.count - 1));
+        for (int32_t k = rows.count - 2; k >= 0; --k)
+            addTo(fromRow(k), fromRow(k + 1), rows[k], n);
+        std::fill_n(grown, n, 0.0);
+    }
+    const double* const rest = fromRow(box.phase);
+    if (line.newLine && box.phase != 0)
+        addTo(grown, grown, rows[rows.count - 1], n);
+    rows.finish(box, [=](int32_t i, auto kind) {
+        return loadAs<decltype(kind)>(rest + i) + loadAs<decltype(kind)>(grown + i);
+    });
+}
+
+// A line costs the same for any height of the window.
 inline void boxColumnFloats(const FrameLine& line, void* user)
 {
     auto& box = *static_cast<BoxParameter*>(user);
     const int32_t first = box.edge != 0.0;
-    const int32_t window = line.height - 2 * first;
-    if (window == 1)
+    const WindowRows rows = {line, first, line.height - 2 * first};
+    if (rows.count == 1)
         return boxColumnFloatsLow<1>(line, box);
-    if (window == 3)
+    if (rows.count == 3)
         return boxColumnFloatsLow<3>(line, box);
-    if (window == 5)
+    if (rows.count == 5)
         return boxColumnFloatsLow<5>(line, box);
-    if (window == 7)
-        return boxColumnFloatsLow<7>(line, box);
     if (!box.sums)
         return boxColumnFloatsAnew(line, box);
-    const int32_t n = line.count;
-    auto* const grown = static_cast<double*>(box.sums);
-    const auto fromRow = [=](int32_t k) { return grown + int64_t{k + 1} * (n + kFloatSumsGap); };
-    const auto row = [&](int32_t k) { return static_cast<const float*>(line.rows[k]); };
-    if (line.bandStart || line.newLine) {
-        box.phase = line.bandStart || box.phase + 1 == window ? 0 : box.phase + 1;
-        if (box.phase == 0) {
-            std::copy_n(row(first + window - 1), n, fromRow(window - 1));
-            for (int32_t k = window - 2; k >= 0; --k)
-                forLanes(n, [to = fromRow(k), below = fromRow(k + 1), pixels = row(first + k)](int32_t i,
-                                                                                               auto kind) {
-                    using Number = decltype(kind);
-                    storeAs(to + i, loadAs<Number>(below + i) + loadAs<Number>(pixels + i));
-                });
-            std::fill_n(grown, n, 0.0);
-        }
-    }
-    const double* const rest = fromRow(box.phase);
-    const bool grows = line.newLine && box.phase != 0;
-    const float* const entering = row(first + window - 1);
-    const auto finish = [&](auto sumAt) {
-        finishFloats(static_cast<float*>(line.out), row(0), row(line.height - 1), n, box, sumAt);
-    };
-    if (grows)
-        finish([=](int32_t i, auto kind) {
-            using Number = decltype(kind);
-            const Number sum = loadAs<Number>(grown + i) + loadAs<Number>(entering + i);
-            storeAs(grown + i, sum);
-            return loadAs<Number>(rest + i) + sum;
-        });
-    else
-        finish([=](int32_t i, auto kind) {
-            return loadAs<decltype(kind)>(rest + i) + loadAs<decltype(kind)>(grown + i);
-        });
+    auto* const sums = static_cast<double*>(box.sums);
+    if (staysExact(rows, box))
+        return boxColumnFloatsRunning(rows, sums, box);
+    const bool start = line.bandStart || box.running;
+    box.running = false;
+    boxColumnFloatsByBlocks(rows, sums, box, start);
 }
 
 inline void boxRowFloats(const FrameLine& line, void* user)
