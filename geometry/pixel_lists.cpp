@@ -54,7 +54,8 @@ void blendBytes(uint8_t* pixel, const uint8_t* value, int32_t bytes, int32_t wei
                                         (2 * kStepBits));
 }
 
-// The four pixels around take the value by their nearness; one of weight 0 may lie outside and is not touched.
+// The four pixels around take the value by their nearness; one of weight 0 may lie outside and is not
+// touched.
 void spread(const SamplerContext& context, Position at, const uint8_t* value)
 {
     const int32_t fx = at.x32 & (kSteps - 1);

@@ -124,7 +124,8 @@ struct MajorityWalk {
         return found > halfWidth;
     }
 
-    // The steps at which a line can meet the image, with a margin for rounding: all lines of a walk are parallel.
+    // The steps at which a line can meet the image, with a margin for rounding: all lines of a walk are
+    // parallel.
     Range stepsNearImage(int64_t steps) const
     {
         const auto fx = static_cast<double>(dx);

@@ -81,7 +81,8 @@ VexaPoint midwayOf(VexaPointF a, VexaPointF b)
     return {Rnd((a.x + b.x) * 0.5F), Rnd((a.y + b.y) * 0.5F)};
 }
 
-// The path on which boundaries are looked for: whole pixels of the image, the first one again behind the last.
+// The path on which boundaries are looked for: whole pixels of the image, the first one again behind the
+// last.
 class Path
 {
 public:
@@ -346,8 +347,8 @@ void measureClosed(Shape& shape, const EdgeTrace& trace, float& smallest)
     smallest = static_cast<float>(dark ? -small : small);
 }
 
-// An open contour that goes around the end of a line stands nearest across it where its distance from its first point
-// rises again after a fall.
+// An open contour that goes around the end of a line stands nearest across it where its distance from its
+// first point rises again after a fall.
 void measureOpen(Shape& shape, const EdgeTrace& trace)
 {
     int64_t turnaround = 2 * int64_t{shape.margin};

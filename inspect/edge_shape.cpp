@@ -104,7 +104,8 @@ float I_GetEdges(const float* data, int32_t n, int32_t start, float width, float
         return 0.0F;
     const int32_t before = sampleBefore(crossing);
     const int32_t behind = sampleBehind(crossing);
-    // Required: floor without the 0.01 of the sample before. A crossing at the last sample has none behind it.
+    // Required: floor without the 0.01 of the sample before. A crossing at the last sample has none behind
+    // it.
     const int32_t at = std::min(truncToInt32(std::floor(crossing)), n - 1);
     const float rise = std::fabs(data[at] - data[std::min(behind, n - 1)]);
     const float left = I_FindEdgeType(data, n, before, -1, level, PIX_FLOAT);

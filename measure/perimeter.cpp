@@ -45,8 +45,8 @@ constexpr NextTable makeNextTable()
 }
 constexpr NextTable kNext = makeNextTable();
 
-// The values for which I_DualThreshLUT has an entry other than 0: a band, around the end of the scale where low is above
-// high.
+// The values for which I_DualThreshLUT has an entry other than 0: a band, around the end of the scale where
+// low is above high.
 class InsideBand
 {
 public:
@@ -124,8 +124,8 @@ private:
     bool direct_;
 };
 
-// The steps that a walk has made: for each pixel the set of neighbours it was reached from, in a table that is
-// searched from a place that the pixel's coordinates give.
+// The steps that a walk has made: for each pixel the set of neighbours it was reached from, in a table that
+// is searched from a place that the pixel's coordinates give.
 class StepsMade
 {
 public:

@@ -47,7 +47,8 @@ struct GreyBox {
     bool onRim(VexaPoint p) const { return p.x <= 0 || p.y <= 0 || p.x >= cols - 1 || p.y >= rows - 1; }
     // At least a pixel from the sides.
     VexaPoint held(VexaPoint p) const { return {std::clamp(p.x, 1, cols - 2), std::clamp(p.y, 1, rows - 2)}; }
-    // An inside pixel with a neighbour that is not: every one of eight, or every second one, from a direction on.
+    // An inside pixel with a neighbour that is not: every one of eight, or every second one, from a direction
+    // on.
     bool isEdge(VexaPoint p, int32_t firstDirection, int32_t everyNth) const
     {
         bool outsideNear = false;
@@ -68,7 +69,8 @@ bool isStraightEdge(const GreyBox& box, VexaPoint p)
     return box.isEdge(p, 1, 2);
 }
 
-// The nearest edge in the order of the spiral, which is listed in growing parts. False: there is none, or no memory.
+// The nearest edge in the order of the spiral, which is listed in growing parts. False: there is none, or no
+// memory.
 bool findNearestEdge(const GreyBox& box, VexaPoint* start)
 {
     constexpr int32_t kFirstRadius = 16;
@@ -118,7 +120,8 @@ bool chooseStart(const GreyBox& box, float threshold, VexaPoint given, VexaPoint
     return findNearestEdge(box, start);
 }
 
-// Leaves on the rim of the box only what differs from the pixel inside of it, so that a contour runs along the rim.
+// Leaves on the rim of the box only what differs from the pixel inside of it, so that a contour runs along
+// the rim.
 void thinRim(const GreyBox& box)
 {
     const auto thin = [&box](VexaPoint p) {

@@ -79,7 +79,8 @@ void printArea(double radius, const Edge& edge)
     std::printf(" %+.2f to %+.2f |", low, high);
 }
 
-// The largest distance of a contour's points from a straight edge, over directions, at one sub-pixel position.
+// The largest distance of a contour's points from a straight edge, over directions, at one sub-pixel
+// position.
 void printDistance(double phase, const Edge& edge)
 {
     double worst = 0.0;

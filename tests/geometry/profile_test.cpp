@@ -199,6 +199,7 @@ TEST_F(LiteralProfile, GetProfileTypeEx)
     EXPECT_EQ(4, I_GetProfileTypeEx(5, 6, 8, 6, 1, 5, nullptr, 8, im, PIX_FLOAT));
     EXPECT_EQ(4, I_GetProfileTypeEx(5, 6, 8, 6, 1, 5, values.data(), 0, im, PIX_FLOAT));
     EXPECT_EQ(0, I_GetProfileTypeEx(5, 6, 5, 6, 1, 5, values.data(), 8, im, PIX_FLOAT)) << "length 0";
+    EXPECT_EQ(4, wide(1, std::numeric_limits<int32_t>::min())) << "as many lines as there can be";
     uint8_t bytes[4];
     const int32_t grey = byteImage(20, 12, ramp);
     EXPECT_EQ(4, I_GetProfileTypeEx(5, 6, 8, 6, 1, 3, bytes, 4, grey, PIX_BYTE));

@@ -189,7 +189,8 @@ TEST_F(LiteralEdgeLocation, FindEdge)
 
 TEST_F(LiteralEdgeLocation, FindEdgeLooksToOneSide)
 {
-    // Walking right, the line across runs upward: (dy, -dx) is (0, -1). 5 pixels, more than 2 of them must count.
+    // Walking right, the line across runs upward: (dy, -dx) is (0, -1). 5 pixels, more than 2 of them must
+    // count.
     const int32_t im = blockImage();
     expectFound({15, 20, 21}, findEdge(im, 5, 21, 1, 0, 100, 1, 30, 2)); // rows 17 to 21: three are bright
     expectFound({0, 35, 22}, findEdge(im, 5, 22, 1, 0, 100, 1, 30, 2));  // rows 18 to 22: two
@@ -300,8 +301,8 @@ TEST_F(LiteralEdgeLocation, SubtractRowAverageOfADarkBandWraps)
 
 TEST_F(LiteralEdgeLocation, SubtractRowAverageNarrowsTheBandOnRow8)
 {
-    // The picture begins at column 6: the band ends at 4, two columns in front of it. With all 12 columns the mean would
-    // exceed 30.
+    // The picture begins at column 6: the band ends at 4, two columns in front of it. With all 12 columns the
+    // mean would exceed 30.
     const int32_t im = byteImage(30, 40, [](int32_t x, int32_t) { return x < 6 ? 12 : 100; });
     I_SubtractRowAverage(im, 12);
     EXPECT_EQ(2, pixel(im, 0, 10));

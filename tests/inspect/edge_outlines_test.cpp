@@ -55,7 +55,8 @@ TEST_F(LiteralEdgeOutlines, UniformImageHasNoBoundary)
 
 TEST_F(LiteralEdgeOutlines, OneStraightEdge)
 {
-    // Bright to the right of 52: one rise on the circle, which runs from below the centre to the right and up.
+    // Bright to the right of 52: one rise on the circle, which runs from below the centre to the right and
+    // up.
     const int32_t im =
         byteImage(100, 100, [](int32_t x, int32_t) { return std::clamp(100 + 50 * (x - 52), 0, 200); });
     const Outline o = shape(im, 100, kMiddle, 10);
@@ -84,8 +85,8 @@ TEST_F(LiteralEdgeOutlines, TwoBoundariesSideBySide)
     o = shape(bright, 110, {40, 40, 60, 60}, 2);
     EXPECT_EQ(1, o.edges);
     EXPECT_NEAR(6.0F, o.minsep, 0.01F);
-    // Around a dark line the boundaries run against each other: the difference of their directions is -180, which does
-    // not count as parallel.
+    // Around a dark line the boundaries run against each other: the difference of their directions is -180,
+    // which does not count as parallel.
     const int32_t dark =
         byteImage(100, 100, [](int32_t x, int32_t) { return x >= 47 && x <= 52 ? 20 : 200; });
     o = shape(dark, 110, kMiddle, 10);

@@ -113,8 +113,8 @@ TEST(LiteralEdgeShape, GetEdges5)
 
 TEST(LiteralEdgeShape, GetEdges5SearchesLeftFromTheIndexAsGiven)
 {
-    // No crossing right of the start. Three zeros are cut off: the sample at start 7 has index 4 of the rest, but
-    // the search to the left begins at 7 of the rest, sample 10.
+    // No crossing right of the start. Three zeros are cut off: the sample at start 7 has index 4 of the rest,
+    // but the search to the left begins at 7 of the rest, sample 10.
     const std::vector<float> data = {0, 0, 0, 1, 1, 9, 9, 9, 9, 9, 9, 9, 9};
     const Five f = five(data, 7, 5.0F);
     EXPECT_THAT(f.at, ElementsAre(-1.0F, 4.5F, -1.0F, -1.0F, -1.0F));

@@ -137,8 +137,8 @@ using FailuresTraceEdge = TraceEdge;
 
 TEST_F(LiteralTraceEdge, SquareOfTwoByTwo)
 {
-    // 100 on 0 at (2, 2) to (3, 3), threshold 50. From (2, 2) with direction 0 the ring is looked at from 5 on: (1, 2)
-    // out, (1, 1) out, (2, 1) out, (3, 1) out, then (3, 2) in: half way between (3, 1) and (3, 2).
+    // 100 on 0 at (2, 2) to (3, 3), threshold 50. From (2, 2) with direction 0 the ring is looked at from 5
+    // on: (1, 2) out, (1, 1) out, (2, 1) out, (3, 1) out, then (3, 2) in: half way between (3, 1) and (3, 2).
     const int32_t im =
         byteImage(6, 6, [](int32_t x, int32_t y) { return x >= 2 && x <= 3 && y >= 2 && y <= 3 ? 100 : 0; });
     const Contour c = trace(im, 50.9F, {2, 2});

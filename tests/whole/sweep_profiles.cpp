@@ -39,6 +39,11 @@ float place(Stage& s)
                 std::numeric_limits<double>::infinity(), std::numeric_limits<double>::quiet_NaN()}));
 }
 
+int32_t lines(Stage& s)
+{
+    return s.pick({0, -1, 1, 2, 3, 5, -40, 300});
+}
+
 // 600 points or pixels, NaN and infinities among them where the bytes say so.
 VexaPointF* points(Stage& s)
 {
@@ -51,7 +56,7 @@ std::vector<SweptFunction> sweptProfiles()
 {
     return {
         swept("I_GetProfileType", I_GetProfileType, REAL, REAL, REAL, REAL, REAL, OUT, COUNT, IM, TYPE),
-        swept("I_GetProfileTypeEx", I_GetProfileTypeEx, REAL, REAL, REAL, REAL, REAL, SIZE, OUT, COUNT, IM,
+        swept("I_GetProfileTypeEx", I_GetProfileTypeEx, REAL, REAL, REAL, REAL, REAL, lines, OUT, COUNT, IM,
               TYPE),
         {"I_DupProfileType",
          [](Stage& s) {
