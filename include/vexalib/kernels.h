@@ -2,6 +2,8 @@
 ///
 ///     records    I_MakeComplexKernel I_FreeKernel
 ///     profiles   I_CustomBlurKernel I_CustomSmooth
+///     table      FreeKernels ListKernels I_SetKernelPrecision I_SetIllumApertureImage
+///     read-out   I_GetKernel I_KernelDiameter I_GetImIllumination
 ///
 /// Example: a kernel of an application's own, normalised, and an image convolved with it.
 ///
@@ -9,6 +11,10 @@
 ///     if (kernel)
 ///         I_Convolve(imSrc, imDest, kernel, PIX_FLOAT);
 ///     I_FreeKernel(kernel);
+///
+/// Kernels of simulated lenses are kept in a table of five, the newest first: making one takes long, and a lens
+/// that is simulated again is found by its parameters, the transform size and the precision. The current kernel
+/// is the one that was made or found last.
 #ifndef VEXALIB_KERNELS_H
 #define VEXALIB_KERNELS_H
 
@@ -105,6 +111,67 @@ VEXA_API void I_CustomBlurKernel(int32_t M, int32_t N, const double *xProfile, c
 /// @return as I_MxNConvolve; 0 without memory for the kernel
 VEXA_API int32_t I_CustomSmooth(int32_t imSrc, int32_t imDest, int32_t M, int32_t N, const double *xProfile,
                                 const double *yProfile);
+
+/// @}
+/// @name Table
+/// @{
+
+/// Frees all kernels of the table. Until another is made or found there is no current kernel.
+/// @return the number of kernels freed
+VEXA_API int32_t FreeKernels(void);
+
+/// Lists the table on the clipboard and in the debug trace: "Kernels. Most recent = SLOT\n", the slot being that
+/// of the last kernel found, and a line for each kernel:
+///
+///     "%d R0=%.2f, sigma=%.2f isigma=%.2f type=%.2f kcols=%d prec=%.4f Illum=%s\n"
+///
+/// @return 0
+VEXA_API int32_t ListKernels(void);
+
+/// Sets how closely kernels that are made from now on are cut, 0.02 at first, and the side of the lens images, 128
+/// at first. Kernels made before stay, and are found again only under their own values.
+/// @param precision above 0 the fraction that may lie outside the kernel, otherwise minus the size asked for
+/// @param fftSize   above 1; any other value leaves it as it is
+/// @return the precision of before
+VEXA_API float I_SetKernelPrecision(float precision, int32_t fftSize);
+
+/// Sets the picture of a file aperture, of which a copy is kept, and the name that its kernels are found by.
+/// @param image an image of any type; one that is not open leaves its error and no aperture
+/// @param name  255 characters count; null counts as empty
+/// @return the length of the name
+VEXA_API int32_t I_SetIllumApertureImage(int32_t image, const char *name);
+
+/// @}
+/// @name Read-out
+/// @{
+
+/// Writes the current kernel as text, 1000 at its peak, and stores its width at half height in the record's fwhm:
+/// twice the distance from the centre at which the centre row crosses 500, -2 where it does not.
+///
+/// @param text     receives the elements by FormatArray with "%.1f\t", behind what it holds: the caller's, large
+///                 enough, and holding a text; may be null
+/// @param reserved not looked at
+/// @param whole    non-zero: all rows; 0: the centre row from the centre to the right. A kernel of one column
+///                 counts as one row
+/// @return 1; 0 with error 1 "Kernel not defined" where there is no kernel
+VEXA_API int32_t I_GetKernel(char *text, int32_t reserved, int32_t whole);
+
+/// The width of the current kernel at a fraction of its peak: twice the distance from the centre at which the
+/// centre row crosses it.
+///
+/// @param fraction from 0.999 on and below 0.001 the result is the number of columns
+/// @return pixels; the kernel's width where the crossing is closer than half a pixel or not there; 0 without a
+///         kernel
+VEXA_API double I_KernelDiameter(float fraction);
+
+/// The images of the current kernel.
+///
+/// @param imLens  receives the effective lens; may be null
+/// @param ratio   receives fftSize / max(3, max(1, sigma) * LensDiaPix), the part of the picture that the
+///                illumination's disc spans; may be null
+/// @param lensDia receives LensDiaPix; may be null
+/// @return the image of the illumination; 0 where there is no kernel, the outputs then unchanged
+VEXA_API int32_t I_GetImIllumination(int32_t *imLens, float *ratio, float *lensDia);
 
 /// @}
 

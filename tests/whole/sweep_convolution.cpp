@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 
+#include "optics/kernel_table.h"
 #include "vexalib/convolution.h"
 #include "vexalib/kernels.h"
 
@@ -39,6 +40,26 @@ Kernel kernelRecord(Stage& s)
     kernel.kernelData = static_cast<float*>(OUT(s));
     kernel.complexData = static_cast<VexaPointF*>(OUT(s));
     return kernel;
+}
+
+double fraction(Stage& s)
+{
+    return s.random() % 2 ? REAL(s) : s.pick({0.1, 0.5, 0.9});
+}
+
+// Leaves a current kernel of any size behind, or none.
+void tableKernel(Stage& s)
+{
+    if (s.random() % 3 == 0) {
+        FreeKernels();
+        return;
+    }
+    Kernel* kernel = newTableKernel();
+    if (!kernel || s.random() % 4 == 0)
+        return;
+    kernel->LensDiaPix = static_cast<float>(REAL(s));
+    I_MakeComplexKernel(kernel, side(s), side(s), static_cast<float*>(BUF(s)),
+                        static_cast<VexaPointF*>(BUF(s)));
 }
 
 } // namespace
@@ -103,6 +124,24 @@ std::vector<SweptFunction> sweptConvolution()
              std::free(kernel);
          }},
         swept("I_CustomSmooth", I_CustomSmooth, IM, IM, side, side, OUT, OUT),
+        {"FreeKernels", [](Stage& s) { tableKernel(s), FreeKernels(); }},
+        {"ListKernels", [](Stage& s) { tableKernel(s), ListKernels(); }},
+        {"I_GetKernel",
+         [](Stage& s) {
+             char text[20000] = {};
+             tableKernel(s);
+             I_GetKernel(s.random() % 3 ? text : nullptr, MODE(s), MODE(s));
+         }},
+        {"I_KernelDiameter",
+         [](Stage& s) { tableKernel(s), I_KernelDiameter(static_cast<float>(fraction(s))); }},
+        {"I_GetImIllumination",
+         [](Stage& s) {
+             tableKernel(s);
+             I_GetImIllumination(static_cast<int32_t*>(OUT(s)), static_cast<float*>(OUT(s)),
+                                 static_cast<float*>(OUT(s)));
+         }},
+        swept("I_SetKernelPrecision", I_SetKernelPrecision, REAL, MODE),
+        swept("I_SetIllumApertureImage", I_SetIllumApertureImage, IM, TEXT0),
     };
 }
 
