@@ -1,7 +1,10 @@
-// Row functions of the convolutions. Compiled once per instruction set, hence no include guard.
+// Row functions of the convolutions: those of whole numbers here, the others behind them. Compiled once per
+// instruction set, hence no include guard.
 
 #include "operators/clip_slots.h"
 #include "operators/row_loops.h"
+
+#include "filters/convolution_set.h"
 
 namespace vexa::VEXA_TARGET
 {
@@ -40,176 +43,6 @@ template <typename Pixel>
         }
     }
 }
-
-#if VEXA_HAS_X86_SETS
-
-// What the set's vectors do, each name the same for all sets.
-#if VEXA_LEVEL >= 3
-struct Set {
-    using Vector = __m512i;
-    static Vector load(const void* from) { return _mm512_loadu_si512(from); }
-    static void store(void* to, Vector v) { _mm512_store_si512(to, v); }
-    static Vector zero() { return _mm512_setzero_si512(); }
-    static Vector spread(int32_t x) { return _mm512_set1_epi32(x); }
-    static Vector spreadWord(int16_t x) { return _mm512_set1_epi16(x); }
-    static Vector add16(Vector a, Vector b) { return _mm512_add_epi16(a, b); }
-    static Vector add32(Vector a, Vector b) { return _mm512_add_epi32(a, b); }
-    static Vector scaled32(Vector a, float by)
-    {
-        return _mm512_cvttps_epi32(_mm512_mul_ps(_mm512_cvtepi32_ps(a), _mm512_set1_ps(by)));
-    }
-    static Vector pack32(Vector low, Vector high) { return _mm512_packs_epi32(low, high); }
-    static Vector subtract16(Vector a, Vector b) { return _mm512_sub_epi16(a, b); }
-    static Vector most16(Vector a, Vector b) { return _mm512_max_epi16(a, b); }
-    static Vector least8(Vector a, Vector b) { return _mm512_min_epu8(a, b); }
-    static Vector exclusiveOr(Vector a, Vector b) { return _mm512_xor_si512(a, b); }
-    static Vector highProduct16(Vector a, Vector b) { return _mm512_mulhi_epu16(a, b); }
-    static Vector shiftRight16(Vector a, __m128i by) { return _mm512_srl_epi16(a, by); }
-    static Vector signs16(Vector a) { return _mm512_srai_epi16(a, 15); }
-    static Vector pack16(Vector low, Vector high) { return _mm512_packus_epi16(low, high); }
-    static Vector joinLow8(Vector a, Vector b) { return _mm512_unpacklo_epi8(a, b); }
-    static Vector joinHigh8(Vector a, Vector b) { return _mm512_unpackhi_epi8(a, b); }
-    static Vector joinLow16(Vector a, Vector b) { return _mm512_unpacklo_epi16(a, b); }
-    static Vector joinHigh16(Vector a, Vector b) { return _mm512_unpackhi_epi16(a, b); }
-    static Vector byteProducts(Vector pixels, Vector weights)
-    {
-        return _mm512_maddubs_epi16(pixels, weights);
-    }
-    static Vector addBytes(Vector sum, Vector pixels, Vector weights)
-    {
-        return _mm512_dpbusd_epi32(sum, pixels, weights);
-    }
-    static Vector addWords(Vector sum, Vector pixels, Vector weights)
-    {
-        return _mm512_dpwssd_epi32(sum, pixels, weights);
-    }
-    // Words 0 to 7 of each 16 pixels, and 8 to 15, in the order of the pixels.
-    static void storeWords(int16_t* to, Vector low, Vector high)
-    {
-        store(to, _mm512_permutex2var_epi64(low, _mm512_setr_epi64(0, 1, 8, 9, 2, 3, 10, 11), high));
-        store(to + 32, _mm512_permutex2var_epi64(low, _mm512_setr_epi64(4, 5, 12, 13, 6, 7, 14, 15), high));
-    }
-    // Sums 0 to 3 of each 16 pixels, 4 to 7, ... in the order of the pixels.
-    static void storeSums(int32_t* to, const int32_t* from)
-    {
-        const Vector a = load(from);
-        const Vector b = load(from + 16);
-        const Vector c = load(from + 32);
-        const Vector d = load(from + 48);
-        const Vector abLow = _mm512_shuffle_i32x4(a, b, 0x44);
-        const Vector abHigh = _mm512_shuffle_i32x4(a, b, 0xEE);
-        const Vector cdLow = _mm512_shuffle_i32x4(c, d, 0x44);
-        const Vector cdHigh = _mm512_shuffle_i32x4(c, d, 0xEE);
-        store(to, _mm512_shuffle_i32x4(abLow, cdLow, 0x88));
-        store(to + 16, _mm512_shuffle_i32x4(abLow, cdLow, 0xDD));
-        store(to + 32, _mm512_shuffle_i32x4(abHigh, cdHigh, 0x88));
-        store(to + 48, _mm512_shuffle_i32x4(abHigh, cdHigh, 0xDD));
-    }
-};
-#elif VEXA_LEVEL >= 2
-struct Set {
-    using Vector = __m256i;
-    static Vector load(const void* from) { return _mm256_loadu_si256(static_cast<const Vector*>(from)); }
-    static void store(void* to, Vector v) { _mm256_store_si256(static_cast<Vector*>(to), v); }
-    static Vector zero() { return _mm256_setzero_si256(); }
-    static Vector spread(int32_t x) { return _mm256_set1_epi32(x); }
-    static Vector spreadWord(int16_t x) { return _mm256_set1_epi16(x); }
-    static Vector add16(Vector a, Vector b) { return _mm256_add_epi16(a, b); }
-    static Vector add32(Vector a, Vector b) { return _mm256_add_epi32(a, b); }
-    static Vector scaled32(Vector a, float by)
-    {
-        return _mm256_cvttps_epi32(_mm256_mul_ps(_mm256_cvtepi32_ps(a), _mm256_set1_ps(by)));
-    }
-    static Vector pack32(Vector low, Vector high) { return _mm256_packs_epi32(low, high); }
-    static Vector subtract16(Vector a, Vector b) { return _mm256_sub_epi16(a, b); }
-    static Vector most16(Vector a, Vector b) { return _mm256_max_epi16(a, b); }
-    static Vector least8(Vector a, Vector b) { return _mm256_min_epu8(a, b); }
-    static Vector exclusiveOr(Vector a, Vector b) { return _mm256_xor_si256(a, b); }
-    static Vector highProduct16(Vector a, Vector b) { return _mm256_mulhi_epu16(a, b); }
-    static Vector shiftRight16(Vector a, __m128i by) { return _mm256_srl_epi16(a, by); }
-    static Vector signs16(Vector a) { return _mm256_srai_epi16(a, 15); }
-    static Vector pack16(Vector low, Vector high) { return _mm256_packus_epi16(low, high); }
-    static Vector joinLow8(Vector a, Vector b) { return _mm256_unpacklo_epi8(a, b); }
-    static Vector joinHigh8(Vector a, Vector b) { return _mm256_unpackhi_epi8(a, b); }
-    static Vector joinLow16(Vector a, Vector b) { return _mm256_unpacklo_epi16(a, b); }
-    static Vector joinHigh16(Vector a, Vector b) { return _mm256_unpackhi_epi16(a, b); }
-    static Vector byteProducts(Vector pixels, Vector weights)
-    {
-        return _mm256_maddubs_epi16(pixels, weights);
-    }
-    static Vector addWords(Vector sum, Vector pixels, Vector weights)
-    {
-        return _mm256_add_epi32(sum, _mm256_madd_epi16(pixels, weights));
-    }
-    static void storeWords(int16_t* to, Vector low, Vector high)
-    {
-        store(to, _mm256_permute2x128_si256(low, high, 0x20));
-        store(to + 16, _mm256_permute2x128_si256(low, high, 0x31));
-    }
-    static void storeSums(int32_t* to, const int32_t* from)
-    {
-        const Vector a = load(from);
-        const Vector b = load(from + 8);
-        const Vector c = load(from + 16);
-        const Vector d = load(from + 24);
-        store(to, _mm256_permute2x128_si256(a, b, 0x20));
-        store(to + 8, _mm256_permute2x128_si256(c, d, 0x20));
-        store(to + 16, _mm256_permute2x128_si256(a, b, 0x31));
-        store(to + 24, _mm256_permute2x128_si256(c, d, 0x31));
-    }
-};
-#else
-struct Set {
-    using Vector = __m128i;
-    static Vector load(const void* from) { return _mm_loadu_si128(static_cast<const Vector*>(from)); }
-    static void store(void* to, Vector v) { _mm_store_si128(static_cast<Vector*>(to), v); }
-    static Vector zero() { return _mm_setzero_si128(); }
-    static Vector spread(int32_t x) { return _mm_set1_epi32(x); }
-    static Vector add16(Vector a, Vector b) { return _mm_add_epi16(a, b); }
-    static Vector add32(Vector a, Vector b) { return _mm_add_epi32(a, b); }
-    static Vector scaled32(Vector a, float by)
-    {
-        return _mm_cvttps_epi32(_mm_mul_ps(_mm_cvtepi32_ps(a), _mm_set1_ps(by)));
-    }
-    static Vector pack32(Vector low, Vector high) { return _mm_packs_epi32(low, high); }
-    static Vector pack16(Vector low, Vector high) { return _mm_packus_epi16(low, high); }
-    static Vector least8(Vector a, Vector b) { return _mm_min_epu8(a, b); }
-    static Vector joinLow8(Vector a, Vector b) { return _mm_unpacklo_epi8(a, b); }
-    static Vector joinHigh8(Vector a, Vector b) { return _mm_unpackhi_epi8(a, b); }
-    static Vector joinLow16(Vector a, Vector b) { return _mm_unpacklo_epi16(a, b); }
-    static Vector joinHigh16(Vector a, Vector b) { return _mm_unpackhi_epi16(a, b); }
-    static Vector addWords(Vector sum, Vector pixels, Vector weights)
-    {
-        return _mm_add_epi32(sum, _mm_madd_epi16(pixels, weights));
-    }
-    static void storeSums(int32_t* to, const int32_t* from)
-    {
-        for (int32_t i = 0; i < 16; i += 4)
-            store(to + i, load(from + i));
-    }
-};
-#endif
-
-// Outputs of a block: a vector of bytes, which becomes four vectors of 32-bit sums.
-inline constexpr int32_t kBlock = sizeof(Set::Vector);
-inline constexpr int32_t kBlockLanes = kBlock / 4;
-
-// Stores a block, or what is left of a line.
-[[gnu::always_inline]] inline void storePixels(uint8_t* out, const uint8_t* pixels, int32_t left)
-{
-    if (left >= kBlock)
-        std::memcpy(out, pixels, kBlock);
-    else
-        std::memcpy(out, pixels, static_cast<std::size_t>(left));
-}
-
-inline constexpr SumForms kSumForms = {VEXA_LEVEL >= 2, VEXA_LEVEL >= 3, true};
-
-#else
-
-inline constexpr SumForms kSumForms = {false, false, false};
-
-#endif
 
 template <int32_t Mode, typename Pixel, typename Int>
 Pixel clipPixel(Int x, ClipLimits limits)
@@ -307,7 +140,7 @@ template <int32_t Mode>
         const NarrowSums sums = narrowSums(kernel, line, i);
         alignas(64) uint8_t pixels[kBlock];
         if constexpr (Mode == 1) {
-            const Set::Vector highest = Set::spread(limits.highestPixel * 0x01010101);
+            const Set::Vector highest = spreadByte(limits.highestPixel);
             const Set::Vector packed =
                 Set::pack16(quotient.saturated(sums.low), quotient.saturated(sums.high));
             Set::store(pixels, Set::least8(packed, highest));
@@ -626,7 +459,7 @@ inline Entering enteringWith(IntegerKernel& kernel, const FrameLine& line)
         v = Set::scaled32(Set::add32(v, half), quotient.single);
     const Set::Vector packed =
         Set::pack16(Set::pack32(strip.at[0], strip.at[1]), Set::pack32(strip.at[2], strip.at[3]));
-    return Set::least8(packed, Set::spread(limits.highestPixel * 0x01010101));
+    return Set::least8(packed, spreadByte(limits.highestPixel));
 }
 
 // Divides, clips and stores n sums in the order of their blocks.
@@ -709,132 +542,9 @@ struct IntegerRow<uint8_t, Mode> {
 };
 #endif
 
-// Four-byte lanes of the set's width, a vector extension of the compilers.
-#if VEXA_LEVEL >= 3
-using Floats = float __attribute__((vector_size(64)));
-#elif VEXA_LEVEL >= 2
-using Floats = float __attribute__((vector_size(32)));
-#else
-using Floats = float __attribute__((vector_size(16)));
-#endif
-
-// Sums of Vectors vectors of outputs, in registers over the whole kernel, each in the order of the kernel's elements.
-template <int32_t Vectors>
-[[gnu::always_inline]] inline void sumFloats(const FloatKernel& kernel, const FrameLine& line, int32_t start,
-                                             float* sums)
-{
-    constexpr int32_t kLanes = sizeof(Floats) / sizeof(float);
-    Floats sum[Vectors] = {};
-    for (int32_t row = 0; row < line.height; ++row) {
-        const float* pixels = rowFrom<float>(line, row, start);
-        const float* weights = kernel.weights + int64_t{row} * line.width;
-        for (int32_t column = 0; column < line.width; ++column) {
-            for (int32_t v = 0; v < Vectors; ++v) {
-                Floats p;
-                std::memcpy(&p, pixels + column + v * kLanes, sizeof p);
-                sum[v] += weights[column] * p;
-            }
-        }
-    }
-    std::memcpy(sums, sum, sizeof sum);
-}
-
-template <int32_t Mode, int32_t Vectors>
-[[gnu::noinline]] int32_t floatRuns(const FloatKernel& kernel, const FrameLine& line, int32_t start,
-                                    ClipLimits limits)
-{
-    constexpr int32_t kRun = Vectors * static_cast<int32_t>(sizeof(Floats) / sizeof(float));
-    auto* out = static_cast<Placed<float>*>(line.out);
-    // The last run of single vectors may reach past the row, by less than a vector.
-    for (; Vectors == 1 ? start < line.count : start + kRun <= line.count; start += kRun) {
-        alignas(64) float sums[kRun];
-        sumFloats<Vectors>(kernel, line, start, sums);
-        const int32_t n = std::min(kRun, line.count - start);
-        for (int32_t i = 0; i < n; ++i)
-            out[start + i].value = both<Mode>(float{}, sums[i], limits);
-    }
-    return start;
-}
-
-// The single-precision sum of k * p with the both slot.
-template <typename Pixel, int32_t Mode>
-struct FloatRow {
-    static void run(const FrameLine& line, void* user)
-    {
-        const auto& kernel = *static_cast<const FloatKernel*>(user);
-        const ClipLimits limits = clipLimits();
-        constexpr int32_t kManyVectors = VEXA_LEVEL >= 3 ? 8 : 4;
-        const int32_t start = floatRuns<Mode, kManyVectors>(kernel, line, 0, limits);
-        floatRuns<Mode, 1>(kernel, line, start, limits);
-    }
-};
-
-// Required: an integer kernel of 3 by 3 keeps whole numbers on float pixels too, cut to bytes.
-template <typename Pixel, int32_t Mode>
-struct WholeFloatRow {
-    static void run(const FrameLine& line, void* user)
-    {
-        const auto& kernel = *static_cast<const IntegerKernel*>(user);
-        const ClipLimits limits = clipLimits();
-        const bool negated = kernel.quotient.form == QuotientForm::negated;
-        const double whole = kernel.quotient.whole;
-        auto* out = static_cast<Placed<float>*>(line.out);
-        const float* rows[3];
-        float weights[9];
-        for (int32_t row = 0; row < 3; ++row)
-            rows[row] = rowFrom<float>(line, row, 0);
-        for (int32_t k = 0; k < 9; ++k)
-            weights[k] = static_cast<float>(kernel.weights[k]);
-        for (int32_t i = 0; i < line.count; ++i) {
-            int32_t sum = 0;
-            for (int32_t k = 0; k < 9; ++k)
-                sum = truncToInt32(static_cast<float>(sum) + weights[k] * rows[k / 3][i + k % 3]);
-            const int32_t quotient = negated ? wrapSubtract(0, sum) : static_cast<int32_t>(sum * whole);
-            out[i].value = static_cast<float>(both<Mode>(uint8_t{}, quotient, limits) & 255);
-        }
-    }
-};
-
-// Sums of complex products through the complex slot. A real kernel leaves the parts of the pixels apart.
-template <ComplexClip Clip, bool Real>
-void complexRow(const FrameLine& line, void* user)
-{
-    const auto& kernel = *static_cast<const ComplexKernel*>(user);
-    auto* out = static_cast<Placed<ComplexPixel>*>(line.out);
-    constexpr int32_t kTile = 128;
-    for (int32_t start = 0; start < line.count; start += kTile) {
-        const int32_t n = std::min(kTile, line.count - start);
-        ComplexPixel sums[kTile] = {};
-        const ComplexPixel* weight = kernel.weights;
-        for (int32_t row = 0; row < line.height; ++row) {
-            const ComplexPixel* pixels = rowFrom<ComplexPixel>(line, row, start);
-            for (int32_t column = 0; column < line.width; ++column, ++weight) {
-                const ComplexPixel k = *weight;
-                VEXA_INDEPENDENT
-                for (int32_t i = 0; i < n; ++i) {
-                    const ComplexPixel p = pixels[column + i];
-                    sums[i].re += Real ? k.re * p.re : p.re * k.re - p.im * k.im;
-                    sums[i].im += Real ? k.re * p.im : p.re * k.im + p.im * k.re;
-                }
-            }
-        }
-        for (int32_t i = 0; i < n; ++i)
-            out[start + i].value = clipComplex<Clip>(sums[i]);
-    }
-}
-
-template <bool Real>
-constexpr std::array<FrameFilter, 3> complexRows()
-{
-    return {complexRow<ComplexClip::keep, Real>, complexRow<ComplexClip::magnitude, Real>,
-            complexRow<ComplexClip::power, Real>};
-}
-
 inline constexpr auto kIntegerRows = rowsByClipMode<IntegerRow, uint8_t, uint16_t>();
-inline constexpr auto kFloatRows = rowsByClipMode<FloatRow, float>();
-inline constexpr auto kWholeFloatRows = rowsByClipMode<WholeFloatRow, float>();
-inline constexpr auto kComplexRows = complexRows<false>();
-inline constexpr auto kRealKernelRows = complexRows<true>();
 
 } // namespace
 } // namespace vexa::VEXA_TARGET
+
+#include "filters/convolution_float_rows.h"

@@ -1,28 +1,15 @@
 #include "vexalib/convolution.h"
 
-#include <random>
-
 #include "core/error.h"
 #include "support/guard.h"
-#include "tests/operators/arithmetic_reference.h"
-#include "vexalib/neighbourhood.h"
+#include "tests/filters/convolution_reference.h"
 
 namespace
 {
 
 using namespace vexa::test;
 using testing::ElementsAre;
-using testing::ElementsAreArray;
 
-class ConvolutionSuite : public ArithmeticSuite
-{
-protected:
-    void SetUp() override
-    {
-        ArithmeticSuite::SetUp();
-        I_SetBorderMode(-1, nullptr, PIX_BYTE);
-    }
-};
 class LiteralConvolution : public ConvolutionSuite
 {
 };
@@ -39,175 +26,6 @@ INSTANTIATE_TEST_SUITE_P(EverySet, LiteralConvolution, everySet(), setName);
 INSTANTIATE_TEST_SUITE_P(EverySet, AgainstReferenceConvolution, everySet(), setName);
 INSTANTIATE_TEST_SUITE_P(EverySet, BoundsConvolution, everySet(), setName);
 INSTANTIATE_TEST_SUITE_P(EverySet, FailuresConvolution, everySet(), setName);
-
-struct Complex {
-    float re;
-    float im;
-};
-
-// A kernel and the described row functions with it, a pixel at a time.
-struct Weights {
-    int32_t M;
-    int32_t N;
-    std::vector<int32_t> k;
-    int32_t divisor = 0; // as it stands after the call's own choice
-
-    int64_t at(int32_t r, int32_t c) const { return k[static_cast<std::size_t>(r * M + c)]; }
-};
-
-template <typename Pixel>
-int64_t wholeSum(const Weights& w, void** rows, int32_t i)
-{
-    int64_t sum = 0;
-    for (int32_t r = 0; r < w.N; ++r)
-        for (int32_t c = 0; c < w.M; ++c)
-            sum = wrap32(sum + wrap32(w.at(r, c) * static_cast<const Pixel*>(rows[r])[i + c]));
-    return sum;
-}
-
-int64_t wholeQuotient(int64_t sum, int32_t divisor)
-{
-    return wrap32(wrap32(sum + divisor / 2) / divisor);
-}
-
-uint16_t clippedWordBoth(int32_t mode, int64_t x)
-{
-    const int64_t byMode[] = {x, x, absOf(x), x + 128, x / 2 + 128, x, x, x * x};
-    return static_cast<uint16_t>(byMode[mode]);
-}
-
-int32_t byteRow(int32_t, int32_t, int32_t, int32_t, void** rows, void* out, void*, int32_t count, void* user)
-{
-    const auto& w = *static_cast<const Weights*>(user);
-    for (int32_t i = 0; i < count; ++i)
-        static_cast<uint8_t*>(out)[i] =
-            clippedByte(Slot::both, I_GetClipMode(), wholeQuotient(wholeSum<uint8_t>(w, rows, i), w.divisor),
-                        vexa::displayState().highestPixel);
-    return 0;
-}
-
-int32_t wordRow(int32_t, int32_t, int32_t, int32_t, void** rows, void* out, void*, int32_t count, void* user)
-{
-    const auto& w = *static_cast<const Weights*>(user);
-    for (int32_t i = 0; i < count; ++i)
-        static_cast<uint16_t*>(out)[i] =
-            clippedWordBoth(I_GetClipMode(), wholeQuotient(wholeSum<uint16_t>(w, rows, i), w.divisor));
-    return 0;
-}
-
-float pixelOf(void** rows, int32_t r, int32_t column)
-{
-    return static_cast<const float*>(rows[r])[column];
-}
-
-// The range that the destination's type sets.
-struct FloatRange {
-    float low;
-    float high;
-};
-FloatRange floatRange = {-3e38F, 0.0F};
-
-int32_t floatRow(int32_t, int32_t, int32_t, int32_t, void** rows, void* out, void*, int32_t count, void* user)
-{
-    const auto& w = *static_cast<const Weights*>(user);
-    for (int32_t i = 0; i < count; ++i) {
-        float sum = 0.0F;
-        for (int32_t r = 0; r < w.N; ++r) {
-            for (int32_t c = 0; c < w.M; ++c) {
-                const float k = static_cast<float>(w.at(r, c)) / static_cast<float>(w.divisor);
-                const float product = k * pixelOf(rows, r, i + c);
-                sum += product;
-            }
-        }
-        static_cast<float*>(out)[i] = clippedFloatLow(I_GetClipMode(), sum, floatRange.low, floatRange.high);
-    }
-    return 0;
-}
-
-int64_t truncated(float x)
-{
-    return x >= -2147483648.0F && x < 2147483648.0F ? static_cast<int64_t>(x) : INT32_MIN;
-}
-
-int32_t wholeFloatRow(int32_t, int32_t, int32_t, int32_t, void** rows, void* out, void*, int32_t count,
-                      void* user)
-{
-    const auto& w = *static_cast<const Weights*>(user);
-    for (int32_t i = 0; i < count; ++i) {
-        int64_t sum = 0;
-        for (int32_t r = 0; r < 3; ++r) {
-            for (int32_t c = 0; c < 3; ++c) {
-                const float product = static_cast<float>(w.at(r, c)) * pixelOf(rows, r, i + c);
-                sum = truncated(static_cast<float>(sum) + product);
-            }
-        }
-        static_cast<float*>(out)[i] = clippedByte(Slot::both, I_GetClipMode(), wrap32(sum / w.divisor),
-                                                  vexa::displayState().highestPixel);
-    }
-    return 0;
-}
-
-int32_t divisorOf(const Weights& w)
-{
-    int64_t sum = 0;
-    for (const int32_t k : w.k)
-        sum = wrap32(sum + k);
-    return static_cast<int32_t>(absOf(sum));
-}
-
-// The kernel as the call leaves it, and the divisor that it works with.
-Weights settled(Weights w)
-{
-    if (w.divisor == 0)
-        w.divisor = divisorOf(w);
-    if (w.divisor == 0) {
-        w.k[static_cast<std::size_t>(w.M * w.N / 2)] = 1;
-        w.divisor = 1;
-    }
-    return w;
-}
-
-// Runs the library and the plain row through the same frame, on the same image and in place; both must agree in every
-// byte of the destination and in the result.
-void compare(Weights w, int32_t im, int32_t destType, int32_t workingType, MxNRowFilter plain)
-{
-    Weights after = settled(w);
-    const int32_t expected = I_CloneImage(im, destType, 1);
-    const int32_t dest = I_CloneImage(im, destType, 1);
-    std::vector<int32_t> kernel = w.k;
-    const int32_t status = I_MxNConvolve(w.M, w.N, kernel.data(), w.divisor, im, dest);
-    EXPECT_EQ(after.k, kernel);
-    const int32_t expectedStatus = I_MxNOperatorType(im, expected, w.M, w.N, &after, plain, workingType);
-    ASSERT_EQ(expectedStatus, status);
-    ASSERT_EQ(bytesOf(expected), bytesOf(dest)) << w.M << " by " << w.N << ", divisor " << after.divisor;
-    if (destType == I_ImGetType(im)) {
-        const int32_t inPlace = I_CloneImage(im, destType, 1);
-        I_MxNConvolve(w.M, w.N, kernel.data(), after.divisor, inPlace, inPlace);
-        const int32_t expectedInPlace = I_CloneImage(im, destType, 1);
-        I_MxNOperatorType(expectedInPlace, expectedInPlace, w.M, w.N, &after, plain, workingType);
-        ASSERT_EQ(bytesOf(expectedInPlace), bytesOf(inPlace)) << "in place, " << w.M << " by " << w.N;
-        closeImages({inPlace, expectedInPlace});
-    }
-    closeImages({expected, dest});
-}
-
-void compareBytes(const Weights& w, int32_t im)
-{
-    compare(w, im, I_ImGetType(im), PIX_BYTE, byteRow);
-}
-
-// Elements of magnitude up to `most`.
-Weights randomWeights(std::mt19937& random, int32_t M, int32_t N, int64_t most, int32_t divisor = 0)
-{
-    Weights w = {M, N, {}, divisor};
-    std::uniform_int_distribution<int64_t> element(-most, most);
-    for (int32_t i = 0; i < M * N; ++i)
-        w.k.push_back(static_cast<int32_t>(std::max<int64_t>(element(random), INT32_MIN)));
-    return w;
-}
-
-// Every form of arithmetic has its own reach of elements.
-const int64_t kReaches[] = {1, 3, 14, 120, 127, 128, 1000, 32000, 32639, 40000, 2147483648};
 
 TEST_P(LiteralConvolution, SmoothingAcrossAnEdge)
 {
@@ -299,70 +117,6 @@ TEST_P(LiteralConvolution, AZeroSumKernelIsChangedInPlace)
     std::vector<int32_t> tall(1025, 0);
     EXPECT_EQ(0, I_MxNConvolve(1, 1025, tall.data(), 0, im, dest));
     EXPECT_EQ(1, tall[512]);
-}
-
-TEST_P(LiteralConvolution, ThreeByThreeOnFloatsGivesWholeNumbersOfBytes)
-{
-    const int32_t im = floatImage(4, 4, [](int32_t, int32_t) { return 9.9F; });
-    const int32_t dest = floatImage(4, 4);
-    int32_t identity[] = {0, 0, 0, 0, 1, 0, 0, 0, 0};
-    EXPECT_EQ(1, I_MxNConvolve(3, 3, identity, 1, im, dest));
-    EXPECT_EQ(9.0, pixel(dest, 1, 1));
-    // Truncated after each addition: 9, 18, 27 ... 81, and 81 / 4 is not rounded. Nine times 9.9 would give 22.
-    int32_t ones[] = {1, 1, 1, 1, 1, 1, 1, 1, 1};
-    EXPECT_EQ(1, I_MxNConvolve(3, 3, ones, 4, im, dest));
-    EXPECT_EQ(20.0, pixel(dest, 1, 1));
-    int32_t minus[] = {0, 0, 0, 0, -1, 0, 0, 0, 0};
-    EXPECT_EQ(1, I_MxNConvolve(3, 3, minus, 1, im, dest));
-    EXPECT_EQ(0.0, pixel(dest, 1, 1));
-    I_SetClipMode(0);
-    EXPECT_EQ(1, I_MxNConvolve(3, 3, minus, 1, im, dest));
-    EXPECT_EQ(247.0, pixel(dest, 1, 1));
-    int32_t many[] = {0, 0, 0, 0, 100, 0, 0, 0, 0};
-    I_SetClipMode(1);
-    EXPECT_EQ(1, I_MxNConvolve(3, 3, many, 1, im, dest));
-    EXPECT_EQ(255.0, pixel(dest, 1, 1));
-}
-
-TEST_P(LiteralConvolution, OtherSizesOnFloatsStayFloats)
-{
-    const int32_t im = floatImage(6, 6, [](int32_t x, int32_t) { return x * 0.5; });
-    const int32_t dest = floatImage(6, 6);
-    int32_t weights[] = {1, 1, 1, 1, 1};
-    EXPECT_EQ(1, I_MxNConvolve(5, 1, weights, 2, im, dest));
-    EXPECT_EQ(2.5, pixel(dest, 2, 3)); // (0 + 0.5 + 1 + 1.5 + 2) / 2
-    EXPECT_EQ(1, I_MxNConvolve(1, 5, weights, -1, im, dest));
-    EXPECT_EQ(-7.5, pixel(dest, 3, 3));
-}
-
-TEST_P(LiteralConvolution, ComplexImagesRunOnAfterAnError)
-{
-    const int32_t im = I_ImOpen(8, 6, PIX_COMPLEX);
-    const int32_t dest = I_ImOpen(8, 6, PIX_COMPLEX);
-    I_SetComplexMode(2);
-    int32_t weights[] = {1, 1};
-    clearError();
-    EXPECT_EQ(1, I_MxNConvolve(2, 1, weights, 0, im, dest));
-    EXPECT_EQ("I_MxNConvolve does not support complex images yet", errorText());
-    EXPECT_EQ(-1, I_GetError(nullptr, 0));
-    EXPECT_EQ(2, I_SetComplexMode(0));
-}
-
-TEST_P(LiteralConvolution, ComplexImagesTakeTheBitsOfTheKernelForFloats)
-{
-    I_SetClipMode(1); // the complex slot keeps both parts
-    const int32_t im = floatsImage(
-        3, 3, std::vector<float>{1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 17, 18}, PIX_COMPLEX);
-    const int32_t dest = I_ImOpen(3, 3, PIX_COMPLEX);
-    int32_t weights[2];
-    const float parts[] = {0.5F, 2.0F};
-    std::memcpy(weights, parts, sizeof weights);
-    // Two rows of one column: the first is 0.5 + 2 i, the second starts at the last element and ends in a zero.
-    EXPECT_EQ(1, I_MxNConvolve(1, 2, weights, 1, im, dest));
-    const std::vector<float> out = floatsOf(dest);
-    // Row 1, column 1: (3 + 4 i) (0.5 + 2 i) + 2 (9 + 10 i)
-    EXPECT_EQ(-6.5F + 18.0F, out[8]);
-    EXPECT_EQ(8.0F + 20.0F, out[9]);
 }
 
 TEST_P(LiteralConvolution, TellsItsProgress)
@@ -497,6 +251,26 @@ TEST_P(AgainstReferenceConvolution, KernelsWhoseRowsMirror)
     }
 }
 
+TEST_P(AgainstReferenceConvolution, KernelsWhoseColumnsMirror)
+{
+    std::mt19937 random(27);
+    const int32_t im = noiseImage(70, 30, 9);
+    const int32_t white = byteImage(70, 30, [](int32_t, int32_t) { return 255; });
+    for (int32_t M = 1; M <= 19; ++M) {
+        for (const int32_t N : {1, 4, 7, 8}) {
+            Weights w = randomWeights(random, M, N, 32767);
+            for (int32_t r = 0; r < N; ++r)
+                for (int32_t c = 0; c < M / 2; ++c)
+                    w.k[static_cast<std::size_t>(r * M + M - 1 - c)] =
+                        w.k[static_cast<std::size_t>(r * M + c)];
+            compareBytes(w, im);
+            compareBytes(w, white);
+            w.k[0] = 32767; // one row that does not mirror
+            compareBytes(w, im);
+        }
+    }
+}
+
 TEST_P(AgainstReferenceConvolution, SparseAndExtremeKernels)
 {
     const int32_t im = noiseImage(90, 30, 10);
@@ -534,65 +308,6 @@ TEST_P(AgainstReferenceConvolution, Words)
     I_SetClipMode(1);
     compare(randomWeights(random, 4, 4, 9), bytes, PIX_WORD, PIX_WORD, wordRow);
     compare(randomWeights(random, 4, 4, 9), im, PIX_BYTE, PIX_WORD, wordRow);
-}
-
-TEST_P(AgainstReferenceConvolution, Floats)
-{
-    std::mt19937 random(12);
-    std::uniform_real_distribution<double> value(-300, 600);
-    for (const int32_t cols : {2, 5, 16, 17, 63, 64, 65, 127, 128, 129, 150}) {
-        const int32_t im = floatImage(cols, 9, [&](int32_t, int32_t) { return value(random); });
-        for (int32_t mode = 0; mode < 8; ++mode) {
-            I_SetClipMode(mode);
-            compare(randomWeights(random, 1 + cols % 7, 4, 20), im, PIX_FLOAT, PIX_FLOAT, floatRow);
-            compare(randomWeights(random, 3, 3, 20), im, PIX_FLOAT, PIX_FLOAT, wholeFloatRow);
-        }
-        I_ImClose(im);
-    }
-}
-
-TEST_P(AgainstReferenceConvolution, FloatsThatAreHard)
-{
-    std::mt19937 random(13);
-    const std::vector<float> tricky = trickyFloats();
-    std::vector<float> pixels(40 * 12);
-    for (float& p : pixels)
-        p = random() % 3 ? static_cast<float>(random() % 200) : tricky[random() % tricky.size()];
-    const int32_t im = floatsImage(40, 12, pixels);
-    for (const int32_t mode : {0, 1, 2}) {
-        I_SetClipMode(mode);
-        for (const int32_t divisor : {1, -1, 7}) {
-            Weights w = randomWeights(random, 3, 3, 3, divisor);
-            const int32_t dest = floatImage(40, 12);
-            const int32_t expected = floatImage(40, 12);
-            I_MxNConvolve(3, 3, w.k.data(), divisor, im, dest);
-            I_MxNOperatorType(im, expected, 3, 3, &w, wholeFloatRow, PIX_FLOAT);
-            EXPECT_THAT(floatsOf(dest), SameFloats(floatsOf(expected)));
-            Weights wide = randomWeights(random, 5, 2, 3, divisor);
-            I_MxNConvolve(5, 2, wide.k.data(), divisor, im, dest);
-            I_MxNOperatorType(im, expected, 5, 2, &wide, floatRow, PIX_FLOAT);
-            EXPECT_THAT(floatsOf(dest), SameFloats(floatsOf(expected)));
-            closeImages({dest, expected});
-        }
-    }
-}
-
-TEST_P(AgainstReferenceConvolution, OtherTypesRunAsFloats)
-{
-    std::mt19937 random(14);
-    const int32_t longs =
-        image(33, 11, PIX_DWORD, [&](int32_t, int32_t) { return static_cast<double>(random() % 90000); });
-    floatRange = {1.0F, 4294967296.0F};
-    compare(randomWeights(random, 5, 3, 9), longs, PIX_DWORD, PIX_FLOAT, floatRow);
-    compare(randomWeights(random, 3, 3, 9), longs, PIX_DWORD, PIX_FLOAT, wholeFloatRow);
-    floatRange = {-3e38F, 0.0F};
-    const int32_t doubles = image(33, 11, PIX_DFLOAT, [](int32_t x, int32_t y) { return x * 1.25 - y; });
-    compare(randomWeights(random, 4, 5, 9), doubles, PIX_DFLOAT, PIX_FLOAT, floatRow);
-    // The destination's type sets the range.
-    const int32_t floats = floatImage(33, 11, [](int32_t x, int32_t y) { return x * 20.0 - y * 3; });
-    floatRange = {0.0F, 255.0F};
-    compare(randomWeights(random, 4, 5, 9), floats, PIX_BYTE, PIX_FLOAT, floatRow);
-    floatRange = {-3e38F, 0.0F};
 }
 
 TEST_P(AgainstReferenceConvolution, ColorImagesBandByBandAndASelectedOne)
@@ -722,126 +437,6 @@ TEST_P(BoundsConvolution, LargerThanAnyInternalBlock)
     const int32_t floats =
         floatImage(1700, 6, [&](int32_t, int32_t) { return static_cast<double>(random() % 256); });
     compare(randomWeights(random, 7, 5, 9), floats, PIX_FLOAT, PIX_FLOAT, floatRow);
-}
-
-// Real and imaginary parts in turn.
-std::vector<float> randomParts(std::mt19937& random, int32_t count)
-{
-    std::uniform_real_distribution<float> part(-3.0F, 3.0F);
-    std::vector<float> parts(static_cast<std::size_t>(2 * count));
-    for (float& p : parts)
-        p = part(random);
-    return parts;
-}
-
-struct ComplexWeights {
-    const Kernel* kernel;
-    bool real;
-};
-
-int32_t complexRow(int32_t, int32_t, int32_t M, int32_t N, void** rows, void* out, void*, int32_t count,
-                   void* user)
-{
-    const auto& w = *static_cast<const ComplexWeights*>(user);
-    for (int32_t i = 0; i < count; ++i) {
-        Complex sum = {0, 0};
-        for (int32_t r = 0; r < N; ++r) {
-            for (int32_t c = 0; c < M; ++c) {
-                const VexaPointF k = w.kernel->complexData[r * M + c];
-                const Complex p = static_cast<const Complex*>(rows[r])[i + c];
-                const float rr = k.x * p.re;
-                const float ii = p.im * k.y;
-                const float ri = p.re * k.y;
-                const float ir = p.im * k.x;
-                sum.re += w.real ? rr : rr - ii;
-                sum.im += w.real ? ir : ri + ir;
-            }
-        }
-        Complex clipped = sum;
-        if (I_GetClipMode() == 2)
-            clipped = {std::hypot(sum.re, sum.im), 0};
-        if (I_GetClipMode() == 7)
-            clipped = {sum.re * sum.re + sum.im * sum.im, 0};
-        static_cast<Complex*>(out)[i] = clipped;
-    }
-    return 0;
-}
-
-TEST_P(AgainstReferenceConvolution, KernelRecordsOnComplexImages)
-{
-    std::mt19937 random(23);
-    for (const int32_t cols : {2, 31, 127, 128, 129, 200}) {
-        const int32_t im = floatsImage(cols, 5, randomParts(random, cols * 5), PIX_COMPLEX);
-        for (const bool real : {false, true}) {
-            std::vector<float> parts = randomParts(random, 12);
-            for (std::size_t i = 0; real && i < 12; ++i)
-                parts[2 * i + 1] = parts[2 * i] / 20.0F * (i % 2 ? 0.99F : -0.5F);
-            Kernel kernel = {};
-            kernel.cols = 4;
-            kernel.rows = 3;
-            kernel.complexData = reinterpret_cast<VexaPointF*>(parts.data());
-            ComplexWeights w = {&kernel, real};
-            for (const int32_t mode : {0, 1, 2, 7}) {
-                I_SetClipMode(mode);
-                const int32_t dest = I_ImOpen(cols, 5, PIX_COMPLEX);
-                const int32_t expected = I_ImOpen(cols, 5, PIX_COMPLEX);
-                EXPECT_EQ(1, I_Convolve(im, dest, &kernel, PIX_COMPLEX));
-                EXPECT_EQ(1, I_MxNOperatorType(im, expected, 4, 3, &w, complexRow, PIX_COMPLEX));
-                EXPECT_THAT(floatsOf(dest), SameFloats(floatsOf(expected))) << mode << real;
-                closeImages({dest, expected});
-            }
-        }
-        I_ImClose(im);
-    }
-}
-
-TEST_P(LiteralConvolution, OneElementThatIsNotRealMakesTheKernelComplex)
-{
-    I_SetClipMode(1);
-    const int32_t im = floatsImage(2, 2, {2, 3, 2, 3, 2, 3, 2, 3}, PIX_COMPLEX);
-    const int32_t dest = I_ImOpen(2, 2, PIX_COMPLEX);
-    VexaPointF k = {20.0F, 1.0F}; // |re| is not below 20 |im|
-    Kernel kernel = {};
-    kernel.cols = kernel.rows = 1;
-    kernel.complexData = &k;
-    EXPECT_EQ(1, I_Convolve(im, dest, &kernel, PIX_COMPLEX));
-    EXPECT_THAT(floatsOf(dest), ElementsAre(40, 60, 40, 60, 40, 60, 40, 60));
-    k.x = 19.0F;
-    EXPECT_EQ(1, I_Convolve(im, dest, &kernel, PIX_COMPLEX));
-    EXPECT_THAT(floatsOf(dest), ElementsAre(35, 59, 35, 59, 35, 59, 35, 59));
-}
-
-// Before any I_SetClipMode the complex slot gives the magnitude. A test of its own process sees that state.
-TEST(LiteralConvolutionAtStart, TheComplexSlotGivesTheMagnitude)
-{
-    const int32_t im = floatsImage(2, 2, {3, 4, 3, 4, 3, 4, 3, 4}, PIX_COMPLEX);
-    const int32_t dest = I_ImOpen(2, 2, PIX_COMPLEX);
-    VexaPointF k = {1.0F, 0.0F};
-    Kernel kernel = {};
-    kernel.cols = kernel.rows = 1;
-    kernel.complexData = &k;
-    EXPECT_EQ(1, I_Convolve(im, dest, &kernel, PIX_COMPLEX));
-    EXPECT_THAT(floatsOf(dest), ElementsAre(5, 0, 5, 0, 5, 0, 5, 0));
-    closeImages({im, dest});
-}
-
-TEST_P(LiteralConvolution, KernelRecordsOnFloatsKeepTheRangeThatWasSet)
-{
-    const int32_t im = floatImage(4, 4, [](int32_t, int32_t) { return 100.0; });
-    const int32_t dest = floatImage(4, 4);
-    float k[] = {1.5F, 2.0F};
-    Kernel kernel = {};
-    kernel.cols = 2;
-    kernel.rows = 1;
-    kernel.kernelData = k;
-    const int32_t bytes = byteImage(2, 2);
-    WidestPixelType(im, dest, 4095);
-    EXPECT_EQ(1, I_Convolve(im, dest, &kernel, PIX_FLOAT));
-    EXPECT_EQ(350.0, pixel(dest, 1, 1));
-    // Required: the range is that of the operator before.
-    WidestPixelType(bytes, bytes, 4095);
-    EXPECT_EQ(1, I_Convolve(im, dest, &kernel, PIX_FLOAT));
-    EXPECT_EQ(255.0, pixel(dest, 1, 1));
 }
 
 TEST_P(FailuresConvolution, SizesThatAreTooLargeOrTooSmall)
