@@ -1,7 +1,8 @@
-// Pairs of images whose pixels can be moved without blocks in between.
+// How pixels are moved: the room that blocks need, and pairs of images that need no blocks in between.
 #ifndef VEXA_GEOMETRY_DIRECT_PIXELS_H
 #define VEXA_GEOMETRY_DIRECT_PIXELS_H
 
+#include <algorithm>
 #include <cstdint>
 #include <functional>
 
@@ -11,6 +12,15 @@
 
 namespace vexa
 {
+
+// The room that a pixel takes in a block of a type. Blocks of an image's own type are as wide as its storage,
+// which an application may have chosen.
+inline int64_t roomOfPixel(int32_t im, int32_t type)
+{
+    int32_t bytes = 0;
+    I_ImGetSize(nullptr, nullptr, &bytes, im);
+    return std::max(bytes, I_ImTypeBytes(type));
+}
 
 struct DirectPixels {
     const uint8_t* source;

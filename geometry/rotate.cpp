@@ -8,6 +8,7 @@
 
 #include "core/display_state.h"
 #include "core/pixel_types.h"
+#include "geometry/direct_pixels.h"
 #include "geometry/sampler.h"
 #include "support/buffer.h"
 #include "support/numbers.h"
@@ -226,7 +227,7 @@ int32_t I_Rotate(int32_t cx, int32_t cy, const float* m, int32_t imSrc, int32_t 
     const SamplerContext& context = rotation.context;
     rotation.row = VEXA_ROWS(kRotateRows).choose(context);
     const int64_t bytes = int64_t{cols} * rows * context.pixelBytes;
-    rotation.pixels = Buffer<uint8_t>(bytes);
+    rotation.pixels = Buffer<uint8_t>(roomOfPixel(imDest, context.pixelType) * cols * rows);
     if (malloctest(rotation.pixels.data(), "I_Rotate %.1f MBytes",
                    static_cast<double>(bytes) / kBytesPerMegabyte))
         return 0;

@@ -394,13 +394,14 @@ void chooseType(Turn& turn, int32_t sourceType, int32_t destType)
 int32_t runTurn(Turn& turn, bool inPlace)
 {
     turn.tileSide = tileSide(turn.box, turn.bands);
-    const int64_t bytes = turn.tileSide * turn.tileSide * turn.pixelBytes;
+    const int64_t room = std::max(roomOfPixel(turn.imSrc, turn.type), roomOfPixel(turn.imDest, turn.type));
+    const int64_t bytes = turn.tileSide * turn.tileSide * room;
     TileBuffers buffers = {Buffer<uint8_t>(bytes), Buffer<uint8_t>(bytes), {}};
     if (malloctest(buffers.block ? buffers.tile.data() : nullptr, "rotate90"))
         return 0;
     if (inPlace) {
         const int64_t width = int64_t{turn.box.right} - turn.box.left + 1;
-        buffers.band = Buffer<uint8_t>(width * turn.tileSide * turn.pixelBytes);
+        buffers.band = Buffer<uint8_t>(width * turn.tileSide * room);
         if (malloctest(buffers.band.data(), "rotate90"))
             return 0;
     }

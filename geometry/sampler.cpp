@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "core/pixel_types.h"
+#include "geometry/direct_pixels.h"
 #include "support/numbers.h"
 #include "vexalib/block.h"
 #include "vexalib/image.h"
@@ -117,11 +118,12 @@ bool makeOwnCopy(int32_t im, SamplerContext& context)
     const int64_t rowBytes = int64_t{context.cols} * context.pixelBytes;
     const int64_t entries = context.rowCount + 2 * kSpareRows;
     constexpr auto kPointer = static_cast<int64_t>(sizeof(void*));
-    const int64_t pixels = (rowBytes * entries + kPointer - 1) / kPointer * kPointer;
+    const int64_t room = context.cols * roomOfPixel(im, context.pixelType);
+    const int64_t pixels = (room * entries + kPointer - 1) / kPointer * kPointer;
     const int64_t size = pixels + kPointer * entries;
     context.ownCopy = Buffer<uint8_t>(size);
     if (malloctest(context.ownCopy.data(), "Malloc failed: RotatePrep %.1f MBytes",
-                   static_cast<double>(size) / kBytesPerMegabyte))
+                   static_cast<double>((rowBytes + kPointer) * entries) / kBytesPerMegabyte))
         return false;
     context.data = context.ownCopy.data() + kSpareRows * rowBytes;
     context.rowBytes = saturateToInt32(rowBytes);

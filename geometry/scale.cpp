@@ -65,6 +65,7 @@ struct Scaling {
     int32_t n;      // pixels read of each row
     int32_t type;
     int32_t bands;
+    int64_t room;        // bytes that a pixel takes in a block
     uint8_t* directDest; // where rows of bytes are resampled to without a buffer; null: through one
     int64_t directStride;
 
@@ -84,8 +85,7 @@ class Row
 {
 public:
     Row(const Scaling& s, int32_t pixels, const char* tag)
-        : bandBytes_(pixels * (s.bands > 1 ? 1 : s.pixelBytes())), bytes_(bandBytes_ * s.bands),
-          bands_(s.bands)
+        : bandBytes_(pixels * (s.bands > 1 ? 1 : s.room)), bytes_(bandBytes_ * s.bands), bands_(s.bands)
     {
         failed_ = malloctest(bytes_.data(), "%s", tag) != 0;
         for (int32_t band = 0; band < bands_ && !failed_; ++band)
@@ -163,6 +163,7 @@ void chooseType(Scaling& s)
         s.type = PIX_BYTE;
         s.bands = 1;
     }
+    s.room = std::max(roomOfPixel(s.imSrc, s.type), roomOfPixel(s.imDest, s.type));
 }
 
 int32_t clampedRow(const Scaling& s, int32_t row)
@@ -287,8 +288,8 @@ class AreaLines
 {
 public:
     AreaLines(const Scaling& s, ScaleBuffers& buffers)
-        : s_(s), buffers_(buffers), rows_(VEXA_ROWS(kScaleRows)), n_(int64_t{s.width} * s.bands), sum_(n_),
-          carry_(n_), line_(n_)
+        : s_(s), buffers_(buffers), rows_(VEXA_ROWS(kScaleRows)), n_(int64_t{s.width} * s.bands),
+          sum_(n_ * std::max<int64_t>(1, s.room / 4)), carry_(n_), line_(n_)
     {
     }
     bool failed() const
@@ -397,7 +398,7 @@ int32_t halve(const Scaling& s)
         }
         return 1;
     }
-    Buffer<uint8_t> block(int64_t{s.n} * rows);
+    Buffer<uint8_t> block(s.room * s.n * rows);
     if (malloctest(block.data(), "I_ScaleImage sbuf1"))
         return 0;
     I_GetBlockType(s.column, row, s.n, rows, block.data(), s.imSrc, PIX_BYTE);

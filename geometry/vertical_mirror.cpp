@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "geometry/direct_pixels.h"
 #include "support/buffer.h"
 #include "support/numbers.h"
 #include "vexalib/block.h"
@@ -83,7 +84,8 @@ int32_t I_VertMirror(int32_t imSrc, int32_t imDest)
     if (mirror.type == 0 || !I_ROIBoundingBox(&box.left, &box.top, &box.right, &box.bottom, imDest) ||
         box.right < box.left)
         return 0;
-    const int64_t bytes = mirror.width() * mirror.pixelBytes;
+    const int64_t bytes =
+        mirror.width() * std::max(roomOfPixel(imSrc, mirror.type), roomOfPixel(imDest, mirror.type));
     Buffer<uint8_t> upper(bytes);
     Buffer<uint8_t> lower(bytes);
     if (malloctest(upper ? lower.data() : nullptr, "I_VertMirror"))

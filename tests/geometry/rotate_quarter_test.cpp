@@ -4,6 +4,7 @@
 #include "tests/geometry/raw_pixels.h"
 #include "tests/support/test_failures.h"
 #include "tests/support/test_images.h"
+#include "vexalib/scale.h"
 
 using namespace vexa::test;
 
@@ -392,6 +393,30 @@ TEST(QuarterLiteral, ImagesInFilesTurnAsThoseInMemory)
         EXPECT_EQ(bytesOf(dest), bytesOf(mirrored)) << code;
         closeImages({src, dest, fileSrc, fileDest, result, mirrored});
     }
+}
+
+// Pixels wider than their type: what they come to is not told, but all memory is the library's own.
+TEST(QuarterFailures, ImagesOfWiderStorageStayInTheirMemory)
+{
+    for (const int32_t memoryType : {0, 8})
+        for (const int32_t type : {PIX_BYTE, PIX_FLOAT, PIX_BGR24})
+            for (const int32_t rows : {1, 9}) {
+                const int32_t before = I_ImSetMemType(memoryType);
+                const int32_t wide = I_ImOpenSpecial(11, rows, 16, type, 0, 0);
+                I_ImSetMemType(before);
+                const int32_t plain = noise(12, 10, type, 38);
+                for (const auto& [src, dest] : {std::pair{wide, plain}, {plain, wide}, {wide, wide}}) {
+                    for (int32_t code = 1; code <= 7; ++code)
+                        I_Rotate90(src, dest, code);
+                    I_VertMirror(src, dest);
+                    I_RotateShift(5, 5, 20, 0, 0, 1, 1, src, dest);
+                    for (const double scale : {0.5, 0.4, 1.5})
+                        for (const int32_t interp : {0, 1})
+                            I_ScaleImage(src, dest, nullptr, nullptr, 0, 0, scale, scale, interp);
+                }
+                EXPECT_EQ(1, I_ImClose(wide));
+                closeImages({plain});
+            }
 }
 
 TEST(QuarterFailures, BadCodesAndImages)
