@@ -26,15 +26,35 @@ struct Mirror {
     const VexaPoint* runs;
     int32_t first; // the runs not yet stored, from first to last
     int32_t last;
+    bool isDirect; // rows are stored from where they lie in the source
+    DirectPixels direct;
 
     int32_t width() const { return box.right - box.left + 1; }
     const VexaPoint* run(int32_t i) const { return runs + 2 * int64_t{i}; }
     int64_t mirrored(int64_t y) const { return int64_t{box.top} + box.bottom - y; }
 };
 
-void readRow(const Mirror& mirror, int64_t y, uint8_t* row)
+// The source's pixels of a row of the box, in the buffer unless they can be stored from where they lie.
+const uint8_t* readRow(const Mirror& mirror, int64_t y, uint8_t* buffer)
 {
-    I_GetBlockType(mirror.box.left, saturateToInt32(y), mirror.width(), 1, row, mirror.imSrc, mirror.type);
+    if (mirror.isDirect)
+        return mirror.direct.source + y * mirror.direct.sourceStride + mirror.box.left * mirror.pixelBytes;
+    I_GetBlockType(mirror.box.left, saturateToInt32(y), mirror.width(), 1, buffer, mirror.imSrc, mirror.type);
+    return buffer;
+}
+
+// True if all rows lie in memory of the source that the destination does not share.
+bool findDirectRows(Mirror& mirror)
+{
+    int32_t cols = 0;
+    int32_t rows = 0;
+    if (!I_ImGetSize(&cols, &rows, nullptr, mirror.imSrc) || mirror.box.right >= cols ||
+        mirror.box.bottom >= rows)
+        return false;
+    for (int32_t i = mirror.first; i <= mirror.last; ++i)
+        if (mirror.run(i)->y < mirror.box.top || mirror.run(i)->y > mirror.box.bottom)
+            return false;
+    return findDirectPixels(mirror.imSrc, mirror.imDest, mirror.type, mirror.direct);
 }
 
 // Stores the pixels of a row into a run on row y.
@@ -59,12 +79,12 @@ void mirrorRows(Mirror& mirror, uint8_t* upper, uint8_t* lower)
         const int64_t balance = mirror.mirrored(bottom) - top;
         const int64_t y = balance < 0 ? mirror.mirrored(bottom) : top;
         const int64_t mirrored = mirror.mirrored(y);
-        readRow(mirror, y, upper);
-        readRow(mirror, mirrored, lower);
+        const uint8_t* const fromUpper = readRow(mirror, y, upper);
+        const uint8_t* const fromLower = readRow(mirror, mirrored, lower);
         while (balance >= 0 && mirror.first <= mirror.last && mirror.run(mirror.first)->y == top)
-            storeRun(mirror, mirror.run(mirror.first++), top, lower);
+            storeRun(mirror, mirror.run(mirror.first++), top, fromLower);
         while (balance <= 0 && mirror.first <= mirror.last && mirror.run(mirror.last)->y == bottom)
-            storeRun(mirror, mirror.run(mirror.last--), bottom, upper);
+            storeRun(mirror, mirror.run(mirror.last--), bottom, fromUpper);
     }
 }
 
@@ -95,6 +115,7 @@ int32_t I_VertMirror(int32_t imSrc, int32_t imDest)
     if (!mirror.runs)
         return 0;
     mirror.last = points / 2 - 1;
+    mirror.isDirect = findDirectRows(mirror);
     mirrorRows(mirror, upper.data(), lower.data());
     return 1;
 }
