@@ -86,6 +86,13 @@ struct Stores {
     explicit operator bool() const { return rows && output && ring && neighbourhood; }
 };
 
+// What a block call moves per pixel where it does not convert: images may be wider in storage than their type.
+int32_t storedBytes(int32_t im, int32_t type)
+{
+    const ImageRecord* const record = imageRecordOrNull(im);
+    return record && (type == record->type || type == kTypeRaw) ? record->bytes : 1;
+}
+
 constexpr int64_t kGuardRows = 2;
 // Neighbourhoods that take more than this are as good as without memory: they would be filled for minutes.
 constexpr int64_t kMostRowStoreBytes = INT32_MAX;
@@ -101,14 +108,22 @@ struct FrameRequest {
     FrameOutput output;
 };
 
+// The room of a pixel in the rows, in whole elements of the type.
+int32_t roomOfPixel(const FrameRequest& request)
+{
+    const int32_t own = I_ImTypeBytes(request.type);
+    const int32_t stored =
+        std::max(storedBytes(request.imSrc, request.type), storedBytes(request.imDest, request.type));
+    return (std::max(own, stored) + own - 1) / own * own;
+}
+
 class FrameRun
 {
     using Mode = BorderRule::Mode;
 
 public:
     FrameRun(const FrameRequest& request, const BorderRule& rule, int32_t cols, int32_t rows)
-        : request_(request), rule_(rule), cols_(cols), rows_(rows),
-          pixelBytes_(request.type == kTypeRaw ? kWidestPixel : I_ImTypeBytes(request.type))
+        : request_(request), rule_(rule), cols_(cols), rows_(rows), pixelBytes_(roomOfPixel(request))
     {
     }
 
@@ -239,7 +254,8 @@ uint8_t* FrameRun::straightRow(int32_t y) const
     if (request_.output != FrameOutput::straight)
         return nullptr;
     const ImageRecord* const record = imageRecordOrNull(request_.imDest);
-    if (!record || record->type != request_.type || y >= record->rows || box_.right >= record->cols)
+    if (!record || record->type != request_.type || record->bytes != I_ImTypeBytes(request_.type) ||
+        y >= record->rows || box_.right >= record->cols)
         return nullptr;
     uint8_t* const pixels = directPixels(*record);
     if (!pixels)

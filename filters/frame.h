@@ -54,7 +54,7 @@ struct BorderRule {
     static constexpr int32_t kWidestPixel = 16;
 
     Mode mode = Mode::reflect;
-    uint8_t pixel[kWidestPixel] = {};
+    uint8_t pixel[2 * kWidestPixel] = {}; // rows may give a pixel more room than its type
 
     // Of the border mode in force.
     explicit BorderRule(int32_t type);

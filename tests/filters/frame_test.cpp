@@ -5,6 +5,7 @@
 #include "core/error.h"
 #include "tests/filters/filter_settings.h"
 #include "vexalib/block.h"
+#include "vexalib/smoothing.h"
 
 namespace
 {
@@ -524,6 +525,32 @@ TEST_F(FailuresFrame, WithoutMemory)
                                  EXPECT_THAT(errorText(),
                                              testing::StartsWith("Memory allocation failed: mxnoperator: "));
                              });
+}
+
+int32_t copyFirst(int32_t, int32_t, int32_t, int32_t, void** rows, void* out, void*, int32_t count, void*)
+{
+    std::copy_n(static_cast<const uint8_t*>(rows[0]), count, static_cast<uint8_t*>(out));
+    return 0;
+}
+
+// Images may be wider or narrower in storage than their type says.
+TEST_F(FailuresFrame, PixelsOfAnotherWidthThanTheirType)
+{
+    for (const auto& [bytes, type] :
+         {std::pair{16, PIX_BYTE}, {3, PIX_WORD}, {1, PIX_FLOAT}, {2, PIX_DFLOAT}}) {
+        const int32_t odd = I_ImOpenSpecial(9, 7, bytes, type, 0, 0);
+        const int32_t result = I_ImOpenSpecial(9, 7, bytes, type, 0, 0);
+        const int32_t behind = byteImage(64, 64, [](int32_t, int32_t) { return 5; });
+        ASSERT_NE(0, odd);
+        for (const int32_t working : {type + 0, PIX_BYTE + 0, PIX_FLOAT + 0, 25})
+            EXPECT_EQ(1, I_MxNOperatorType(odd, result, 3, 3, nullptr, copyFirst, working));
+        EXPECT_EQ(1, I_Smooth(odd, result));
+        EXPECT_EQ(1, I_MxNSmooth(odd, result, 3.0F, 3.0F));
+        EXPECT_EQ(1, I_MxNSmooth(odd, odd, 15.0F, 15.0F));
+        I_ShiftSharpen(odd, result, 0.5F, 0.5F, 1.0F);
+        EXPECT_EQ(bytesOf(behind), std::vector<uint8_t>(64 * 64, 5));
+        I_ImClose3(odd, result, behind);
+    }
 }
 
 // A callback that takes the images away, and the region's list with them.

@@ -296,6 +296,27 @@ TEST_F(LiteralShiftSharpen, InvertedImagesShiftAsTheyAreRead)
         EXPECT_EQ(rowOf(a, y), rowOf(b, y)) << y;
 }
 
+// Images in files have no addresses.
+TEST_F(LiteralShiftSharpen, ImagesInFilesShiftAlike)
+{
+    const int32_t src = noiseImage(13, 9, 3);
+    const int32_t dst = noiseImage(13, 9, 4);
+    const int32_t srcFile = I_ImOpenFile(13, 9, 0, PIX_BYTE, nullptr);
+    const int32_t dstFile = I_ImOpenFile(13, 9, 0, PIX_BYTE, nullptr);
+    I_ImageCopy(src, srcFile);
+    I_ImageCopy(dst, dstFile);
+    I_SetWindowROI(0, 2, 9, 8);
+    EXPECT_EQ(1, I_ShiftSharpen(src, dst, 0.3F, -0.6F, 1.0F));
+    EXPECT_EQ(1, I_ShiftSharpen(srcFile, dstFile, 0.3F, -0.6F, 1.0F));
+    for (int32_t y = 0; y < 9; ++y) {
+        std::vector<uint8_t> a(13);
+        std::vector<uint8_t> b(13);
+        I_GetBlockType(0, y, 13, 1, a.data(), dst, PIX_BYTE);
+        I_GetBlockType(0, y, 13, 1, b.data(), dstFile, PIX_BYTE);
+        ASSERT_EQ(a, b) << y;
+    }
+}
+
 TEST_F(LiteralShiftSharpen, FailuresOfI_ShiftSharpen)
 {
     const int32_t im = noiseImage(9, 7, 5);
