@@ -11,14 +11,15 @@
 namespace vexa
 {
 
-// a / b, truncated: a double is exact enough for that, and divides faster than integers do. Not for INT32_MIN / -1.
+// a / b, truncated, not for INT32_MIN / -1: a double is exact enough for that, and divides faster than
+// integers do.
 inline int32_t truncatedQuotient(int32_t a, int32_t b)
 {
     return static_cast<int32_t>(static_cast<double>(a) / static_cast<double>(b));
 }
 
-// The bin of n, from 0 to 180 degrees, of a difference: linear in the slope within each octant. (0, 0) gives 0. The
-// directions of pixels are as good as random: choices without branches.
+// The bin of n, from 0 to 180 degrees, of a difference: linear in the slope within each octant. (0, 0) gives
+// 0. The directions of pixels are as good as random: choices without branches.
 inline int32_t quickAngle(int32_t dx, int32_t dy, int32_t n)
 {
     const int32_t half = n / 2;
@@ -34,7 +35,8 @@ inline int32_t quickAngle(int32_t dx, int32_t dy, int32_t n)
     return alongX ? nearHalf : nearEnds;
 }
 
-// The angle in degrees that lies in a bin of quickAngle, by two steps of Newton's method, every value rounded to float.
+// The angle in degrees that lies in a bin of quickAngle, by two steps of Newton's method, every value rounded
+// to float.
 inline float angleFromBin(float bin, int32_t n)
 {
     constexpr double kRadian = 0.017453292519943295;

@@ -123,7 +123,8 @@ int32_t directionOf(int32_t dx, int32_t dy, int32_t count)
 void addDirections(const uint8_t* row, const uint8_t* below, const int32_t* sizes, int32_t n,
                    const GradientRequest& request, uint8_t* out)
 {
-    // No product in quickAngle wraps, so that every bin is one: those of pixels that do not count need no look.
+    // No product in quickAngle wraps, so that every bin is one: those of pixels that do not count need no
+    // look.
     const bool everyBinHolds = request.angleCount > 0 && request.angleCount <= 1 << 20;
     for (int32_t x = 0; x < n; ++x) {
         const bool counts = !(request.threshold >= static_cast<float>(sizes[x]));
@@ -203,8 +204,8 @@ bool runGradient(int32_t imSrc, int32_t imDest, const VexaBox& box, int32_t type
     return true;
 }
 
-// The root of the mean over the strong pixels; false where there is no region, it is smaller than the step, or there
-// is no memory.
+// The root of the mean over the strong pixels; false where there is no region, it is smaller than the step,
+// or there is no memory.
 bool gradient(int32_t imSrc, int32_t imDest, GradientRequest request, int32_t* count, float* result)
 {
     *result = 0.0F;

@@ -16,7 +16,8 @@ inline int16_t magnitude(int16_t x)
     return static_cast<int16_t>(x < 0 ? -x : x);
 }
 
-// The largest difference of the centre to its eight neighbours: to the largest or to the smallest of the nine.
+// The largest difference of the centre to its eight neighbours: to the largest or to the smallest of the
+// nine.
 inline void edgeRow(const FrameLine& line, void*)
 {
     const Lattice<uint8_t> at = latticeOf<uint8_t>(line);
@@ -117,8 +118,8 @@ inline void horizontalGradientRow(const FrameLine& line, void*)
     });
 }
 
-// The remainder of x by a spacing from 2 to 256, whose reciprocal is 65536 / spacing + 1: the quotient's error stays
-// below 255 * 255 / 65536 of a step, so it is exact for each byte.
+// The remainder of x by a spacing from 2 to 256, whose reciprocal is 65536 / spacing + 1: the quotient's
+// error stays below 255 * 255 / 65536 of a step, so it is exact for each byte.
 struct ByteRemainder {
     uint16_t spacing;
     uint16_t reciprocal;
@@ -160,8 +161,8 @@ inline void contourRow(const FrameLine& line, void* user)
     });
 }
 
-// isqrt of a sum of two squares of differences of bytes. From 65536 to 131071 isqrt is its table at the 128th part, times
-// its table at 128, which is 11.
+// isqrt of a sum of two squares of differences of bytes. From 65536 to 131071 isqrt is its table at the 128th
+// part, times its table at 128, which is 11.
 inline int32_t rootOfSquares(int32_t square)
 {
     const bool large = square > 65535;
@@ -170,7 +171,8 @@ inline int32_t rootOfSquares(int32_t square)
     return std::min(root, 255) * (large ? 11 : 1);
 }
 
-// The magnitudes of n pixels of a row from their differences to the pixels below and STEP columns to the right.
+// The magnitudes of n pixels of a row from their differences to the pixels below and STEP columns to the
+// right.
 inline void magnitudesRow(const uint8_t* row, const uint8_t* below, int32_t step, int32_t n, int32_t* sizes)
 {
     const uint8_t* const beside = row + step;

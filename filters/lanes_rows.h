@@ -5,8 +5,8 @@ namespace vexa::VEXA_TARGET
 namespace
 {
 
-// kCount pixels. low(a, b) is b < a ? b : a and high(a, b) is a < b ? b : a, as std::min and std::max choose. odd is not
-// 0 where a pixel is no number, or -0.
+// kCount pixels. low(a, b) is b < a ? b : a and high(a, b) is a < b ? b : a, as std::min and std::max choose.
+// odd is not 0 where a pixel is no number, or -0.
 template <typename Pixel>
 struct Lanes;
 

@@ -14,7 +14,8 @@ namespace vexa
 // Of a row that is worked on together, through the first-level cache.
 inline constexpr int32_t kPieceBytes = 2048;
 
-// The nine samples of output pixel i stand at [i]: the corners, edge midpoints and centre of the neighbourhood.
+// The nine samples of output pixel i stand at [i]: the corners, edge midpoints and centre of the
+// neighbourhood.
 template <typename Pixel>
 struct Lattice {
     const Pixel* nw;
@@ -40,8 +41,8 @@ Lattice<Pixel> latticeOf(const FrameLine& line)
             bottom, bottom + center, bottom + right};
 }
 
-// Calls function(start, n) for the pixels of a line piece by piece, while the row of the next line comes nearer: a
-// filter that computes for long would otherwise keep the memory idle.
+// Calls function(start, n) for the pixels of a line piece by piece, while the row of the next line comes
+// nearer: a filter that computes for long would otherwise keep the memory idle.
 template <typename Pixel, typename Function>
 [[gnu::always_inline]] inline void forPieces(const FrameLine& line, Function function)
 {
@@ -67,7 +68,8 @@ NinePointFilter contourFilter();
 NinePointFilter verticalGradientFilter();
 NinePointFilter horizontalGradientFilter();
 
-// Of the smoothing family. The mean takes no user data, sharpening takes SharpenParams and the clip mode in force.
+// Of the smoothing family. The mean takes no user data, sharpening takes SharpenParams and the clip mode in
+// force.
 NinePointFilter meanFilter();
 NinePointFilter sharpenFilter();
 

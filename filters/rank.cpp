@@ -81,8 +81,8 @@ ContourParameter contourFrom(const float* parameter)
     return {truncToInt32(parameter[0]), truncToInt32(parameter[1])};
 }
 
-// Ends passes over an image that no longer change it, however many were asked for. What spreads by a pixel a pass has
-// been everywhere after as many passes as there are pixels, even where something goes to and fro.
+// Ends passes over an image that no longer change it, however many were asked for. What spreads by a pixel a
+// pass has been everywhere after as many passes as there are pixels, even where something goes to and fro.
 class Settling
 {
 public:
@@ -129,8 +129,8 @@ private:
     Buffer<uint8_t> before_;
 };
 
-// Takes off the border pixels of regions that are neither ends nor joints: user counts them. The ring of eight around a
-// pixel is read from what is thinned already, where it is, and from the source elsewhere.
+// Takes off the border pixels of regions that are neither ends nor joints: user counts them. The ring of
+// eight around a pixel is read from what is thinned already, where it is, and from the source elsewhere.
 void thinRow(const FrameLine& line, void* user)
 {
     const Lattice<uint8_t> at = latticeOf<uint8_t>(line);

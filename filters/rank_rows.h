@@ -69,7 +69,8 @@ void extremeRow(const FrameLine& line, void* user)
     const float step = user ? *static_cast<const float*>(user) : 1.0F;
     forPieces<Pixel>(line, [&](int32_t start, int32_t n) {
         fillByLanes(out + start, n, [&](int32_t i) { return extremeOfNine<Choice>(at, start + i); });
-        // A whole step leaves the extreme as it is, where floats of very different size would not come back exactly.
+        // A whole step leaves the extreme as it is, where floats of very different size would not come back
+        // exactly.
         if (step == 1.0F)
             return;
         VEXA_INDEPENDENT
@@ -80,8 +81,8 @@ void extremeRow(const FrameLine& line, void* user)
 
 // The median of nine.
 
-// The fifth of nine samples in the order of an insertion sort in which each goes in before the first larger one: among
-// zeros of either sign, and with samples that are no number, no other order gives the same.
+// The fifth of nine samples in the order of an insertion sort in which each goes in before the first larger
+// one: among zeros of either sign, and with samples that are no number, no other order gives the same.
 template <typename Pixel>
 Pixel selectMedian(Pixel* samples)
 {

@@ -11,10 +11,10 @@
 ///     I_SetWindowROI(100, 100, 200, 200);
 ///     float degrees = I_PeakGradient(imSrc, 0, 1, 20.0f, NULL, &strong);
 ///
-/// The three that make images run in the frame of I_MxNOperatorType, which tells what holds for regions, image
-/// sizes, colour, borders, and working in place. imSrc 0 reads as zeros, imDest 0 stores nothing. Their result
-/// is 1, also where the region has no runs; 0 without an error for a region of one column or one line; or 0
-/// with an error of the frame:
+/// The three that make images run in the frame of I_MxNOperatorType, which tells what holds for regions,
+/// image sizes, colour, borders, and working in place. imSrc 0 reads as zeros, imDest 0 stores nothing.
+/// Their result is 1, also where the region has no runs; 0 without an error for a region of one column or
+/// one line; or 0 with an error of the frame:
 ///
 ///     20 "I_ImGetSize(, im=N)  im. not open"   no such image
 ///     24 "I_ImGetSize(, im=N) im. not open"
@@ -49,9 +49,9 @@ VEXA_API int32_t I_Edge(int32_t imSrc, int32_t imDest, int32_t width, int32_t he
 ///
 ///     widest type   magnitude
 ///     PIX_BYTE      at most 255
-///     others        gx and gy truncated to whole numbers, at most the top of the float range (I_SetClipMode):
-///                   255 for a destination of bytes, 65535 for words. For a destination of floats that top is
-///                   0, and so are all magnitudes
+///     others        gx and gy truncated to whole numbers, at most the top of the float range
+///                   (I_SetClipMode): 255 for a destination of bytes, 65535 for words. For a destination
+///                   of floats that top is 0, and so are all magnitudes
 ///
 /// The widest type is that of WidestPixelType, colour being bytes. Sets the float range.
 VEXA_API int32_t I_Sobel(int32_t imSrc, int32_t imDest);
@@ -59,8 +59,8 @@ VEXA_API int32_t I_Sobel(int32_t imSrc, int32_t imDest);
 /// Draws contour lines where the grey value passes a multiple of a spacing. Works on bytes.
 ///
 /// Let high be the largest of N, W, E and S. A pixel is on a contour where CTR is below high, and CTR modulo
-/// spacing is not below high modulo spacing. With a spacing of 32, 31 beside 33 is on it; 33 beside 31 is not,
-/// nor is 30 beside 31. All other pixels keep their values.
+/// spacing is not below high modulo spacing. With a spacing of 32, 31 beside 33 is on it; 33 beside 31 is
+/// not, nor is 30 beside 31. All other pixels keep their values.
 ///
 /// @param spacing its sign has no meaning; 0: result 0, nothing done, no error
 /// @param mark    the value of contour pixels, its low byte; negative: they become CTR xor 128
@@ -79,8 +79,8 @@ VEXA_API int32_t I_Contour(int32_t imSrc, int32_t imDest, int32_t spacing, int32
 ///     PIX_BYTE     isqrt(a * a + b * b)        m >= T              sqrt(sum of m / number of strong pixels)
 ///     others       sqrt(a * a + b * b)         m > |threshold|     sqrt(sum of m * m / number)
 ///
-/// Of bytes, imDest receives m where a pixel is not strong and 0 where it is; where there is no magnitude, the
-/// source's pixels (0 for a threshold of 255 and above). Of others it receives zeros.
+/// Of bytes, imDest receives m where a pixel is not strong and 0 where it is; where there is no magnitude,
+/// the source's pixels (0 for a threshold of 255 and above). Of others it receives zeros.
 ///
 /// @param imDest    receives the box of results, as bytes or PIX_FLOAT; may be imSrc; 0 for none
 /// @param step      in pixels; below 1 counts as 1
@@ -89,8 +89,8 @@ VEXA_API int32_t I_Contour(int32_t imSrc, int32_t imDest, int32_t spacing, int32
 ///                  truncated and limited to 0 and 255; may be null
 /// @param count     receives the number of strong pixels; may be null
 /// @return 0.0 where no pixel is strong. 0.0 with count and imDest as they were if imSrc is not open (its
-///         error is set), if the box is not larger than step in one direction and larger in the other, and
-///         with error 2 "I_Gradient2" without memory, then with the histogram cleared
+///         error is set), if (width of the box - step) * (height of the box - step) is below 1, and with
+///         error 2 "I_Gradient2" without memory, then with the histogram cleared
 VEXA_API float I_Gradient(int32_t imSrc, int32_t imDest, int32_t step, float threshold, uint32_t *histogram,
                           int32_t *count);
 
@@ -112,9 +112,9 @@ VEXA_API float I_Gradient2(int32_t imSrc, int32_t imDest, int32_t step, float th
 ///
 /// I_Gradient2 with 90 directions; their sums smoothed over three (I_SmoothArrayLong); the largest, of equal
 /// ones the last, refined by a parabola through its neighbours, and the bin turned into an angle by two steps
-/// of Newton's method. Grey that changes along x (vertical stripes) gives about 90, along y about 0 or 180. Where
-/// all strength is in one bin, smoothing makes three equal, and the last of them counts: vertical stripes give
-/// 93.
+/// of Newton's method. Grey that changes along x (vertical stripes) gives about 90, along y about 0 or 180.
+/// Where all strength is in one bin, smoothing makes three equal, and the last of them counts: vertical
+/// stripes give 93.
 ///
 /// Presents a pending error through I_ShowError("I_PeakGradient: 2"), which clears it.
 ///

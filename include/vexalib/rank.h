@@ -64,9 +64,9 @@
 ///               27 of the frame
 /// @param op     2 and what is not in the table: result 0, nothing done, no error
 /// @param param  values for the codes that have some. Null or a first value of 0 takes those behind "or". A
-///               strength counts in steps of 1/16, trunc(param[0] * 16 + 0.5) of them. For code 4 two values,
-///               truncated; 1 and -1 as the first one count as 0 does, and one that truncates to 0 gives result
-///               0, nothing done
+///               strength counts in steps of 1/16, trunc(param[0] * 16 + 0.5) of them. For code 4 two
+///               values, truncated; 1 and -1 as the first one count as 0 does, and one that truncates to 0
+///               gives result 0, nothing done
 /// @return as told at the top
 VEXA_API int32_t I_MxN9ptFilt(int32_t imSrc, int32_t imDest, int32_t width, int32_t height, int32_t op,
                               const float *param);
@@ -77,8 +77,8 @@ VEXA_API int32_t I_MxN9ptFilt(int32_t imSrc, int32_t imDest, int32_t width, int3
 
 /// The median of the nine pixels around each: code 7 of I_MxN9ptFilt, on bytes or floats.
 ///
-/// The fifth in the order of an insertion sort, from NW row by row to SE, in which a sample goes in before the
-/// first larger one: samples that are no number count as larger than what follows them.
+/// The fifth in the order of an insertion sort, from NW row by row to SE, in which a sample goes in before
+/// the first larger one: samples that are no number count as larger than what follows them.
 ///
 /// @return as told at the top. A line for which there is no memory leaves error 2 "I_Median: 36", keeps what
 ///         it had and does not end the function
@@ -131,10 +131,10 @@ VEXA_API int32_t I_BinaryDilate(int32_t imSrc, int32_t imDest, int32_t steps);
 
 /// Thins the regions of pixels that are not 0 to lines. Bytes.
 ///
-/// Up to 11 passes from top to bottom, the first one from imSrc, the others on imDest, until one removes fewer
-/// than 4 pixels. A pass removes a pixel by n, the number of the eight neighbours in the source that are not 0,
-/// and by a ring of eight: a1 a2 a3 above it and a8 to the left, as they are thinned already, a4 E, a5 SE, a6
-/// S and a7 SW from the source. Let t be the number of steps a1 to a2, ... a7 to a8, a8 to a1 that fall.
+/// Up to 11 passes from top to bottom, the first one from imSrc, the others on imDest, until one removes
+/// fewer than 4 pixels. A pass removes a pixel by n, the number of the eight neighbours in the source that
+/// are not 0, and by a ring of eight: a1 a2 a3 above it and a8 to the left, as they are thinned already, a4
+/// E, a5 SE, a6 S and a7 SW from the source. Let t be the number of steps a1 to a2, ... a7 to a8, a8 to a1 that fall.
 ///
 ///     n from 3 to 5, t below 2
 ///     n below 5, t = 2, and either a1 = 0, a2 and a8 not 0, or a3 = 0, a2 and a4 not 0

@@ -56,7 +56,8 @@ int32_t plainSobel(int32_t src, int32_t dst)
         const std::array<double, 9> d = {p[0], p[1], p[2], p[3], p[4], p[5], p[6], p[7], p[8]};
         const double gx = 2 * d[W] - 2 * d[E] + d[NW] + d[SW] - d[NE] - d[SE];
         const double gy = 2 * d[N] - 2 * d[S] + d[NE] + d[NW] - d[SE] - d[SW];
-        // Truncated as the processor does: what does not fit is the lowest integer, whose magnitude is itself.
+        // Truncated as the processor does: what does not fit is the lowest integer, whose magnitude is
+        // itself.
         const auto whole = [](double x) {
             const double t = std::trunc(static_cast<double>(static_cast<float>(x)));
             return std::abs(t) < 2147483648.0 ? std::abs(static_cast<int64_t>(t)) : int64_t{INT32_MIN};

@@ -1,5 +1,5 @@
-// Neighbourhood filters in many settings: sizes, types, regions, borders, kinds of image, each drawn from a seed, a
-// filter and its plain reference side by side.
+// Neighbourhood filters in many settings: sizes, types, regions, borders, kinds of image, each drawn from a
+// seed, a filter and its plain reference side by side.
 #ifndef VEXA_TESTS_FILTERS_FILTER_SETTINGS_H
 #define VEXA_TESTS_FILTERS_FILTER_SETTINGS_H
 
@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "core/error.h"
 #include "support/instruction_set.h"
 #include "tests/support/test_failures.h"
 #include "tests/support/test_images.h"
@@ -263,6 +264,28 @@ inline void expectSame(const Filter& filter, const Filter& reference,
         }
     }
 }
+
+// Calls of I_UserBreak, of which each pass on a small image makes one.
+inline int32_t breakCalls = 0;
+inline int32_t breakAt = 0;
+inline int32_t countBreaks(int32_t)
+{
+    return ++breakCalls == breakAt;
+}
+
+class BreakHook
+{
+public:
+    explicit BreakHook(int32_t at)
+    {
+        breakCalls = 0;
+        breakAt = at;
+        setUserBreakHook(countBreaks);
+    }
+    ~BreakHook() { setUserBreakHook(nullptr); }
+    BreakHook(const BreakHook&) = delete;
+    BreakHook& operator=(const BreakHook&) = delete;
+};
 
 } // namespace vexa::test
 

@@ -5,7 +5,6 @@
 #include <limits>
 #include <numeric>
 
-#include "core/error.h"
 #include "support/buffer.h"
 #include "tests/filters/filter_settings.h"
 
@@ -151,28 +150,6 @@ int32_t plainDeflicker(int32_t src, int32_t dst, int32_t mode)
         return I_MxNOperatorType(src, dst, 1, 2, &mode, plainFields<uint8_t>, PIX_BYTE);
     return I_MxNOperatorType(src, dst, 1, 2, &mode, plainFields<float>, PIX_FLOAT);
 }
-
-// Calls of I_UserBreak, of which each pass on a small image makes one.
-int32_t breakCalls = 0;
-int32_t breakAt = 0;
-int32_t countBreaks(int32_t)
-{
-    return ++breakCalls == breakAt;
-}
-
-class BreakHook
-{
-public:
-    explicit BreakHook(int32_t at)
-    {
-        breakCalls = 0;
-        breakAt = at;
-        vexa::setUserBreakHook(countBreaks);
-    }
-    ~BreakHook() { vexa::setUserBreakHook(nullptr); }
-    BreakHook(const BreakHook&) = delete;
-    BreakHook& operator=(const BreakHook&) = delete;
-};
 
 class Rank : public testing::Test
 {
