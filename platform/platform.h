@@ -47,12 +47,6 @@ int64_t availableMemory();
 
 // Reads at most count bytes from the start of a file; gives the bytes read, 0 where there is no such file.
 int64_t readFile(const char* name, void* buffer, int64_t count);
-// The text of a key in a section of a settings file, or the fallback; gives its length as copied.
-std::size_t readProfile(const char* file, const char* section, const char* key, const char* fallback,
-                        char* buffer, std::size_t size);
-// Writes or replaces the key; 0 if the file cannot be written.
-int32_t writeProfile(const char* file, const char* section, const char* key, const char* text);
-
 // Sets and tells a stream's position from the start of its file, in files of any size; false and -1 where
 // there is none.
 bool seekFile(std::FILE* file, int64_t position);

@@ -5,8 +5,8 @@
 #include <cstring>
 #include <string_view>
 
-#include "platform/platform.h"
 #include "support/numbers.h"
+#include "support/profile_store.h"
 #include "support/read_number.h"
 #include "vexalib/status.h"
 
