@@ -80,8 +80,9 @@ VEXA_API int32_t I_MxN9ptFilt(int32_t imSrc, int32_t imDest, int32_t width, int3
 /// The fifth in the order of an insertion sort, from NW row by row to SE, in which a sample goes in before
 /// the first larger one: samples that are no number count as larger than what follows them.
 ///
-/// @return as told at the top. A line for which there is no memory leaves error 2 "I_Median: 36", keeps what
-///         it had and does not end the function
+/// @return as told at the top. A line for which there is no memory leaves error 2 "I_Median: 36" and does not
+///         end the function. It keeps what it had; where the destination's pixels are converted, or have no
+///         address, it becomes 0 or the line two above it
 VEXA_API int32_t I_Median(int32_t imSrc, int32_t imDest);
 
 /// Erodes: each pixel becomes the smallest of the nine around it, once per step.
@@ -134,7 +135,8 @@ VEXA_API int32_t I_BinaryDilate(int32_t imSrc, int32_t imDest, int32_t steps);
 /// Up to 11 passes from top to bottom, the first one from imSrc, the others on imDest, until one removes
 /// fewer than 4 pixels. A pass removes a pixel by n, the number of the eight neighbours in the source that
 /// are not 0, and by a ring of eight: a1 a2 a3 above it and a8 to the left, as they are thinned already, a4
-/// E, a5 SE, a6 S and a7 SW from the source. Let t be the number of steps a1 to a2, ... a7 to a8, a8 to a1 that fall.
+/// E, a5 SE, a6 S and a7 SW from the source. Let t be the number of steps a1 to a2, ... a7 to a8, a8 to a1
+/// that fall.
 ///
 ///     n from 3 to 5, t below 2
 ///     n below 5, t = 2, and either a1 = 0, a2 and a8 not 0, or a3 = 0, a2 and a4 not 0
