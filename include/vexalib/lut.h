@@ -120,8 +120,8 @@ VEXA_API int32_t I_InvertLUT(uint8_t *table);
 VEXA_API void I_NormLUT(int32_t low, int32_t high, int32_t unused, uint8_t *table, int32_t im);
 
 /// A staircase: from entry max(trunc(start), 0) on, entries up to trunc(level + step) get trunc(level),
-/// where level begins as start and rises by step, as long as the entry's number is below TOP. All others
-/// are 0, and so is entry 0; levels below 0 count as 0.
+/// where level begins as start and rises by step. No step begins at an entry of TOP or above; the last one
+/// may reach beyond it. All other entries are 0, and so is entry 0; levels below 0 count as 0.
 ///
 /// I_SteppedLUT(0, 10, table) gives 0 to entries 0 to 10, 10 to entries 11 to 20, and so on. A step that is
 /// not above 0 gives a table of zeros.
