@@ -46,7 +46,7 @@ VEXA_API int32_t I_Smooth(int32_t imSrc, int32_t imDest);
 ///               If e is 0 the ends count in full. A window of 13 makes 256, and so 0, of white
 ///     others    sum * (1 / size), in doubles
 ///
-/// The time per pixel does not grow with the window.
+/// The time per pixel grows with the binary digits of the window only, not with its size.
 ///
 /// @param width,height of the window in pixels. No pass along an axis of 1 or less; with a height of 1 or
 ///                     less, imDest first becomes a copy by I_ROICopy(imSrc, imDest, 0, 0)
