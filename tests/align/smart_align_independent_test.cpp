@@ -156,7 +156,7 @@ void searchBox(const Pair& p, const VexaBox& abox, int32_t maxShift, Shift& s)
     VexaBox search{std::max(pattern.left - maxShift, 0), std::max(pattern.top - maxShift, 0),
                    std::min(pattern.right + maxShift, p.cols - 1),
                    std::min(pattern.bottom + maxShift, p.rows - 1)};
-    float x = 0, y = 0, q = 0;
+    float x = s.dx, y = s.dy, q = 0; // what a failed search leaves
     s.box = pattern;
     I_WindowSearch(&pattern, p.imDef, &search, p.imRef, 2, &x, &y, &q, 1);
     s.stages += 8;

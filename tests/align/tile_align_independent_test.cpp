@@ -497,6 +497,18 @@ private:
     std::vector<Tile> tiles_;
 };
 
+// Bytes that differ; a blend may round otherwise by a grey level, more counts as a thousand.
+int32_t differing(int32_t im, int32_t imExpected)
+{
+    const Bytes a = bytesOf(im), b = bytesOf(imExpected);
+    int32_t count = a.size() == b.size() ? 0 : 1000;
+    for (std::size_t i = 0; i < std::min(a.size(), b.size()); ++i) {
+        const auto difference = static_cast<int8_t>(a[i] - b[i]); // signed differences wrap
+        count += difference == 0 ? 0 : std::abs(difference) == 1 ? 1 : 1000;
+    }
+    return count;
+}
+
 TEST(IndependentTileAlign, RunsOverPictures)
 {
     Random random(753);
@@ -532,8 +544,8 @@ TEST(IndependentTileAlign, RunsOverPictures)
         ASSERT_EQ(I_AlignSubtract1(imA, imB, imResult, &offset, tileSize, warpFill), expected);
         EXPECT_NEAR(offset.x, expectedOffset.x, 1e-3);
         EXPECT_NEAR(offset.y, expectedOffset.y, 1e-3);
-        EXPECT_TRUE(!imResult || bytesOf(imResult) == bytesOf(plainResult));
-        EXPECT_TRUE(!warpFill || bytesOf(imB) == bytesOf(plain.work()));
+        EXPECT_LE(imResult ? differing(imResult, plainResult) : 0, 4);
+        EXPECT_LE(warpFill ? differing(imB, plain.work()) : 0, 4);
         ASSERT_FALSE(HasFailure());
         realigned += plain.realigned;
         restarts += plain.restarts;
