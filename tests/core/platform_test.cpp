@@ -1,4 +1,5 @@
 #include "platform/platform.h"
+#include "support/profile_store.h"
 
 #include <atomic>
 #include <cerrno>
