@@ -100,7 +100,8 @@ struct MultiplyRow<ComplexPixel, Mode> {
         const auto& by = *static_cast<const MultiplyParameter*>(parameter);
         const float factor = by.isOne ? 1.0F : by.divisor;
         mapRow<ComplexPixel>(a, b, dest, n, [=](ComplexPixel x, ComplexPixel y) {
-            return ComplexPixel{(x.re * y.re - x.im * y.im) * factor, (x.re * y.im + x.im * y.re) * factor};
+            // A difference of products g++ 12 would round only once.
+            return ComplexPixel{(x.re * y.re + x.im * -y.im) * factor, (x.re * y.im + x.im * y.re) * factor};
         });
     }
 };

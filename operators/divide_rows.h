@@ -202,8 +202,9 @@ struct DivideRow<ComplexPixel, Mode> {
             constexpr float kLeast = 1e-38F;
             const float square = y.re * y.re + y.im * y.im;
             const float denominator = square < kLeast ? kLeast : square;
+            // A difference of products g++ 12 would round only once.
             return ComplexPixel{(x.re * y.re + x.im * y.im) / denominator * gain,
-                                (x.im * y.re - x.re * y.im) / denominator * gain};
+                                (x.im * y.re + x.re * -y.im) / denominator * gain};
         });
     }
 };
