@@ -373,7 +373,7 @@ int32_t AutoCorrelate1D(const uint8_t* bytes, int32_t* out, int32_t length, int3
     for (int32_t lag = 1; lag + 1 < count; ++lag)
         if (out[lag - 1] < out[lag] && out[lag] > out[lag + 1])
             return lag;
-    return std::max(count - 2, 1);
+    return std::max(count, 3) - 2;
 }
 
 int32_t I_SetStrict1DConvolve(int32_t flag)

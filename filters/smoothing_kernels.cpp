@@ -116,7 +116,8 @@ int32_t I_MakeGaussianKernel(int32_t kcols, int32_t krows, double blur, double m
     const int64_t count = int64_t{kcols} * krows;
     const bool possible = count <= INT32_MAX;
     *kernel = static_cast<int32_t*>(vexa::allocateForCaller(possible ? std::max<int64_t>(count, 1) : -1, 4));
-    if (malloctest(*kernel, "I_MakeGaussianKernel: %d", vexa::saturateToInt32(count * 4)))
+    if (malloctest(*kernel, "I_MakeGaussianKernel: %d",
+                   vexa::saturateToInt32(4 * int64_t{vexa::saturateToInt32(count)})))
         return 0;
     const double width = blur <= 0.0001 ? 0.0001 : blur;
     int32_t total = 0;
