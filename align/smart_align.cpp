@@ -272,8 +272,8 @@ private:
                            std::min(box.right + kPatternMargin, size.cols - 2),
                            std::min(box.bottom + kPatternMargin, size.rows - 2)};
         VexaBox area = {
-            std::max(wrapSubtract(pattern.left, maxShift_), 0),
-            std::max(wrapSubtract(pattern.top, maxShift_), 0),
+            static_cast<int32_t>(std::max(int64_t{pattern.left} - maxShift_, int64_t{0})),
+            static_cast<int32_t>(std::max(int64_t{pattern.top} - maxShift_, int64_t{0})),
             static_cast<int32_t>(std::min(int64_t{pattern.right} + maxShift_, int64_t{size.cols} - 1)),
             static_cast<int32_t>(std::min(int64_t{pattern.bottom} + maxShift_, int64_t{size.rows} - 1))};
         if (I_GetDebug())

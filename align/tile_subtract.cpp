@@ -254,16 +254,22 @@ private:
     float subtractAt(const Tile& tile, Place place)
     {
         const int32_t rowBytes = tile.width * in_.bytes;
-        uint8_t* out = buffers_.difference(place);
-        for (int32_t y = 0; y < tile.height; ++y)
-            tileRows().subtract(buffers_.tile() + int64_t{y} * rowBytes, referenceRow(tile, place, y),
-                                rowBytes, in_.clipMode == kHalfSignedClipMode, out + int64_t{y} * rowBytes);
         uint32_t histogram[256];
-        I_HistBuf(out, rowBytes * tile.height, histogram, 1);
+        for (int32_t y = 0; y < tile.height; ++y) {
+            uint8_t* out = differenceRow(tile, place, y);
+            tileRows().subtract(buffers_.tile() + int64_t{y} * rowBytes, referenceRow(tile, place, y),
+                                rowBytes, in_.clipMode == kHalfSignedClipMode, out);
+            I_HistBuf(out, rowBytes, histogram, y == 0);
+        }
         int32_t low = 0, high = 0;
         float mean = 0.0F, deviation = 0.0F;
         I_HistStats(histogram, 0, 255, &low, &high, &mean, &deviation);
         return deviation;
+    }
+
+    uint8_t* differenceRow(const Tile& tile, Place place, int32_t y)
+    {
+        return buffers_.difference(place) + int64_t{y} * tile.width * in_.bytes;
     }
 
     const uint8_t* referenceRow(const Tile& tile, Place place, int32_t y)
@@ -321,14 +327,16 @@ private:
         float amount;   // share of the sides against the place itself
     };
 
+    // Row by row: a tile may hold more pixels than a count of 32 bits tells.
     void blendDifferences(const Tile& tile, const Blend& blend)
     {
-        const int32_t n = tile.width * tile.height;
         uint8_t* sides = buffers_.blended();
-        I_BlendRowsType(buffers_.difference(blend.x), buffers_.difference(blend.y), sides, n,
-                        double{blend.sideways}, in_.type);
-        I_BlendRowsType(sides, buffers_.difference(centre), buffers_.difference(centre), n,
-                        double{blend.amount}, in_.type);
+        for (int32_t y = 0; y < tile.height; ++y) {
+            uint8_t* inPlace = differenceRow(tile, centre, y);
+            I_BlendRowsType(differenceRow(tile, blend.x, y), differenceRow(tile, blend.y, y), sides,
+                            tile.width, double{blend.sideways}, in_.type);
+            I_BlendRowsType(sides, inPlace, inPlace, tile.width, double{blend.amount}, in_.type);
+        }
     }
 
     // The reference, blended in the same way, at the tile's place.
