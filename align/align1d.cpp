@@ -5,9 +5,10 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "align/image_size.h"
+#include "measure/store_output.h"
 #include "support/buffer.h"
 #include "support/numbers.h"
-#include "vexalib/image.h"
 #include "vexalib/numeric.h"
 #include "vexalib/profile.h"
 #include "vexalib/status.h"
@@ -44,18 +45,6 @@ struct AlignBox {
     int64_t x, y, cols, rows;
     bool operator==(const AlignBox&) const = default;
 };
-
-struct ImageSize {
-    int32_t cols = 0;
-    int32_t rows = 0;
-};
-
-ImageSize sizeOf(int32_t im)
-{
-    ImageSize size;
-    I_ImGetSize(&size.cols, &size.rows, nullptr, im);
-    return size;
-}
 
 // Start and length of a box on one axis, such that it lies in an image of defSize and, moved by the offset, in one of
 // refSize.
@@ -146,12 +135,6 @@ AxisProperties describe(const int32_t* profile, int32_t length, int32_t lines, i
         found.repeat =
             I_AutoCorrelate1DType(profile, length, PIX_DWORD, nullptr, maxLag, &found.repeatQuality);
     return found;
-}
-
-void store(float* out, float value)
-{
-    if (out)
-        *out = value;
 }
 
 // One alignment of a box: what is found so far, and the profiles that tell it.
@@ -271,15 +254,15 @@ int32_t I_ImageAlign1D(int32_t imDef, int32_t imRef, int32_t x, int32_t y, int32
                    static_cast<double>(startY));
         return 0;
     }
-    store(qualX, 0.0F);
-    store(qualY, 0.0F);
+    storeOutput(qualX, 0.0F);
+    storeOutput(qualY, 0.0F);
     BoxAlignment alignment(imDef, imRef, {x, y, cols, rows}, startX, startY);
     if (!alignment.run(xRange, yRange))
         return 0;
-    store(dx, alignment.dx());
-    store(dy, alignment.dy());
-    store(qualX, alignment.qualX());
-    store(qualY, alignment.qualY());
+    storeOutput(dx, alignment.dx());
+    storeOutput(dy, alignment.dy());
+    storeOutput(qualX, alignment.qualX());
+    storeOutput(qualY, alignment.qualY());
     return 1;
 }
 
@@ -287,18 +270,18 @@ float I_GetAlign1DParams(float* repeatX, float* repeatY, float* repeatQualityX, 
                          float* contrastX, float* contrastY, float* stepX, float* stepY)
 {
     I_GetAlign1DRepeat(repeatX, repeatY);
-    store(repeatQualityX, state.x.repeatQuality);
-    store(repeatQualityY, state.y.repeatQuality);
-    store(contrastX, state.x.contrast);
-    store(contrastY, state.y.contrast);
-    store(stepX, state.x.step);
-    store(stepY, state.y.step);
+    storeOutput(repeatQualityX, state.x.repeatQuality);
+    storeOutput(repeatQualityY, state.y.repeatQuality);
+    storeOutput(contrastX, state.x.contrast);
+    storeOutput(contrastY, state.y.contrast);
+    storeOutput(stepX, state.x.step);
+    storeOutput(stepY, state.y.step);
     return 1.0F;
 }
 
 float I_GetAlign1DRepeat(float* repeatX, float* repeatY)
 {
-    store(repeatX, state.x.repeat);
-    store(repeatY, state.y.repeat);
+    storeOutput(repeatX, state.x.repeat);
+    storeOutput(repeatY, state.y.repeat);
     return 1.0F;
 }

@@ -4,11 +4,12 @@
 #include <cstdlib>
 #include <utility>
 
+#include "align/image_size.h"
+#include "measure/store_output.h"
 #include "support/buffer.h"
 #include "support/numbers.h"
 #include "vexalib/align1d.h"
 #include "vexalib/block.h"
-#include "vexalib/image.h"
 #include "vexalib/search.h"
 #include "vexalib/status.h"
 
@@ -25,18 +26,6 @@ constexpr float kFoundQuality = 0.2F;
 constexpr int32_t kLeastBox = 20;
 constexpr int32_t kPatternMargin = 8;
 constexpr VexaBox kNoBox = {-1, -1, -1, -1};
-
-struct ImageSize {
-    int32_t cols = 0;
-    int32_t rows = 0;
-};
-
-ImageSize sizeOf(int32_t im)
-{
-    ImageSize size;
-    I_ImGetSize(&size.cols, &size.rows, nullptr, im);
-    return size;
-}
 
 bool isInside(const VexaBox& box, int32_t x, int32_t y)
 {
@@ -305,13 +294,6 @@ private:
     bool hasUsed_ = false;
 };
 
-template <typename T>
-void store(T* out, T value)
-{
-    if (out)
-        *out = value;
-}
-
 } // namespace
 } // namespace vexa
 
@@ -324,11 +306,11 @@ int32_t FindClosestEdge(int32_t im, VexaBox* box, int32_t minSlope, VexaPoint* x
     const EdgePair edges =
         findClosestEdge(im, isGiven ? *box : kNoBox, minSlope < 2 ? kDefaultSlope : minSlope);
     if (edges.x.score > 0)
-        store(xPeak, edges.x.at);
+        storeOutput(xPeak, edges.x.at);
     if (edges.y.score > 0)
-        store(yPeak, edges.y.at);
-    store(xSlope, edges.x.slope);
-    store(ySlope, edges.y.slope);
+        storeOutput(yPeak, edges.y.at);
+    storeOutput(xSlope, edges.x.slope);
+    storeOutput(ySlope, edges.y.slope);
     return edges.smallerSlope();
 }
 
@@ -345,10 +327,10 @@ int32_t I_SmartAlign(int32_t imDef, int32_t imRef, VexaBox* box, VexaBox* outBox
     alignment.run(box && box->right >= 1 ? *box : kNoBox, span);
     VexaBox used;
     if (alignment.usedBox(used))
-        store(outBox, used);
-    store(dx, alignment.shift().dx);
-    store(dy, alignment.shift().dy);
-    store(qualX, alignment.shift().qualX);
-    store(qualY, alignment.shift().qualY);
+        storeOutput(outBox, used);
+    storeOutput(dx, alignment.shift().dx);
+    storeOutput(dy, alignment.shift().dy);
+    storeOutput(qualX, alignment.shift().qualX);
+    storeOutput(qualY, alignment.shift().qualY);
     return 1;
 }

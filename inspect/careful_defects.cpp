@@ -4,6 +4,7 @@
 
 #include "core/image_table.h"
 #include "core/roi.h"
+#include "inspect/defect_order.h"
 #include "support/buffer.h"
 #include "support/numbers.h"
 #include "vexalib/align1d.h"
@@ -29,9 +30,6 @@ namespace vexa
 namespace
 {
 
-constexpr int32_t kSignedClipMode = 3;     // differences stand around 128
-constexpr int32_t kHalfSignedClipMode = 4; // the same, halved
-constexpr int32_t kSignedZero = 128;
 constexpr int32_t kMostBlobs = 20000;
 constexpr int32_t kManyBlobs = 50; // from here on progress is told
 constexpr int32_t kWidestMargin = 50;
@@ -39,7 +37,6 @@ constexpr int32_t kAlignMargin = 2;
 constexpr float kLeastQuality = 0.1F;
 constexpr double kEnergyScale = 180.0;
 constexpr float kLargeRatio = 0.3F; // of the image's side: such a defect stays alone
-constexpr int32_t kSortByIntensity = 2;
 constexpr int32_t kDefaultMergeRange = 3;
 
 // The record of a list; the debug trace shows its words as they lie.
@@ -249,14 +246,6 @@ void mergeNeighbours(const Settings& s, Buffer<DefectRecord>& defects)
             if (&a != &b && mayMerge(b) && belongTogether(a, b, s.mergeDistance))
                 merge(s, a, b);
     }
-}
-
-void sortWorstFirst(Buffer<DefectRecord>& defects, int32_t sortMode)
-{
-    const auto key = sortMode == kSortByIntensity ? &DefectRecord::intensity : &DefectRecord::area;
-    std::sort(defects.begin(), defects.end(), [key](const DefectRecord& a, const DefectRecord& b) {
-        return a.*key != b.*key ? a.*key > b.*key : a.number < b.number;
-    });
 }
 
 bool isLargeEnough(const DefectRecord& d, float minSize)

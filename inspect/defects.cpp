@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <limits>
 
+#include "inspect/defect_order.h"
 #include "support/buffer.h"
 #include "vexalib/blob_table.h"
 #include "vexalib/blobs.h"
@@ -17,11 +18,7 @@ namespace vexa
 namespace
 {
 
-constexpr int32_t kSignedClipMode = 3;     // differences stand around 128
-constexpr int32_t kHalfSignedClipMode = 4; // the same, halved
-constexpr double kSignedZero = 128.0;
 constexpr double kAreaScale = 50.0;
-constexpr int32_t kSortByIntensity = 2;
 
 struct DefectRecord {
     float x;
@@ -72,14 +69,6 @@ void thinOut(Buffer<DefectRecord>& defects, int32_t minDist)
     }
 }
 
-void sortWorstFirst(Buffer<DefectRecord>& defects, int32_t sortMode)
-{
-    const auto key = sortMode == kSortByIntensity ? &DefectRecord::intensity : &DefectRecord::area;
-    std::sort(defects.begin(), defects.end(), [key](const DefectRecord& a, const DefectRecord& b) {
-        return a.*key != b.*key ? a.*key > b.*key : a.number < b.number;
-    });
-}
-
 } // namespace
 } // namespace vexa
 
@@ -103,7 +92,7 @@ int32_t I_ListDefects(int32_t imDiff, VexaPoint* positions, double* values, int3
     if (malloctest(defects.data(), "I_ListDefects"))
         return 0;
     for (int32_t blob = 0; blob < blobs; ++blob)
-        defects[blob] = measureBlob(blob, isSigned ? static_cast<int64_t>(kSignedZero) : 0);
+        defects[blob] = measureBlob(blob, isSigned ? int64_t{kSignedZero} : 0);
     thinOut(defects, minDist);
     sortWorstFirst(defects, sortMode);
     int32_t listed = 0;

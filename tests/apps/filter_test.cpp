@@ -32,12 +32,7 @@ protected:
     }
     void expectFailure(const std::string& filter, const std::string& sentence)
     {
-        const Outcome outcome = run({"filter", filter, in, scratch / "none.png"});
-        EXPECT_EQ(2, outcome.code) << filter;
-        EXPECT_THAT(outcome.err, StartsWith("vexa: "));
-        EXPECT_THAT(outcome.err, HasSubstr(sentence));
-        EXPECT_EQ(1, std::count(outcome.err.begin(), outcome.err.end(), '\n')) << outcome.err;
-        EXPECT_FALSE(std::filesystem::exists(scratch / "none.png"));
+        vexa::test::expectFailure(scratch, {"filter", filter, in, scratch / "none.png"}, sentence);
     }
 
     Scratch scratch;

@@ -20,18 +20,9 @@ class Pictures : public testing::Test
 protected:
     void SetUp() override { writeGreyPng(good, 60, 40, ramp); }
 
-    // One sentence, one line, nothing on the output, nothing left in the folder.
     void expectFailure(const std::vector<std::string>& arguments, const std::string& sentence)
     {
-        const auto before = tree(scratch.folder());
-        const Outcome outcome = run(arguments);
-        SCOPED_TRACE(sentence);
-        EXPECT_EQ(2, outcome.code);
-        EXPECT_EQ("", outcome.out);
-        EXPECT_THAT(outcome.err, StartsWith("vexa: "));
-        EXPECT_THAT(outcome.err, HasSubstr(sentence));
-        EXPECT_EQ(1, std::count(outcome.err.begin(), outcome.err.end(), '\n')) << outcome.err;
-        EXPECT_EQ(before, tree(scratch.folder()));
+        vexa::test::expectFailure(scratch, arguments, sentence);
     }
     void expectUnreadable(const std::string& name, const std::string& sentence)
     {

@@ -6,6 +6,7 @@
 #include <random>
 #include <sstream>
 
+#include <gmock/gmock.h>
 #include <jpeglib.h>
 #include <png.h>
 #include <sys/wait.h>
@@ -96,6 +97,20 @@ std::string readText(const std::string& name)
     std::ostringstream text;
     text << file.rdbuf();
     return text.str();
+}
+
+void expectFailure(const Scratch& scratch, const std::vector<std::string>& arguments,
+                   const std::string& sentence)
+{
+    const auto before = tree(scratch.folder());
+    const Outcome outcome = run(arguments);
+    SCOPED_TRACE(sentence);
+    EXPECT_EQ(2, outcome.code);
+    EXPECT_EQ("", outcome.out);
+    EXPECT_THAT(outcome.err, testing::StartsWith("vexa: "));
+    EXPECT_THAT(outcome.err, testing::HasSubstr(sentence));
+    EXPECT_EQ(1, std::count(outcome.err.begin(), outcome.err.end(), '\n')) << outcome.err;
+    EXPECT_EQ(before, tree(scratch.folder()));
 }
 
 void writeText(const std::string& name, const std::string& bytes)

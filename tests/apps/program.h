@@ -36,6 +36,9 @@ private:
 };
 
 Outcome run(const std::vector<std::string>& arguments);
+// Exit code 2, one sentence on one line, nothing on the output, nothing new in the folder.
+void expectFailure(const Scratch& scratch, const std::vector<std::string>& arguments,
+                   const std::string& sentence);
 std::string readText(const std::string& name);
 void writeText(const std::string& name, const std::string& bytes);
 // The first part of a file, as another file.

@@ -143,25 +143,8 @@ Gradient plainGradient(const std::vector<double>& p, int32_t w, int32_t h, int32
     return g;
 }
 
-class Edges : public testing::Test
-{
-protected:
-    void TearDown() override
-    {
-        I_SetROIType(0);
-        I_SetBorderMode(-1, nullptr, 0);
-        I_ImCloseAll();
-        clearError();
-    }
-    int32_t like(int32_t im, int32_t type = PIX_BYTE)
-    {
-        int32_t cols = 0, rows = 0;
-        I_ImGetSize(&cols, &rows, nullptr, im);
-        return image(cols, rows, type, [](int32_t, int32_t) { return 9; });
-    }
-};
-using LiteralEdges = Edges;
-using FailuresEdges = Edges;
+using LiteralEdges = NeighbourhoodFilters;
+using FailuresEdges = NeighbourhoodFilters;
 
 TEST_F(LiteralEdges, EdgeOfFiveByFiveLooksTwoPixelsAway)
 {

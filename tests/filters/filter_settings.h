@@ -20,6 +20,26 @@
 namespace vexa::test
 {
 
+// Puts region, border, images and error back behind each test.
+class NeighbourhoodFilters : public testing::Test
+{
+protected:
+    void TearDown() override
+    {
+        I_SetBorderMode(-1, nullptr, 0);
+        I_SetROIType(0);
+        I_ImCloseAll();
+        clearError();
+    }
+    // An image of the size of another, 9 everywhere.
+    static int32_t like(int32_t im, int32_t type = PIX_BYTE)
+    {
+        int32_t cols = 0, rows = 0;
+        I_ImGetSize(&cols, &rows, nullptr, im);
+        return image(cols, rows, type, [](int32_t, int32_t) { return 9; });
+    }
+};
+
 using Filter = std::function<int32_t(int32_t src, int32_t dst)>;
 
 // The described working types.

@@ -34,16 +34,9 @@ int32_t note(int32_t x0, int32_t y, int32_t width, int32_t height, void** rows, 
     return 0;
 }
 
-class LiteralFrame : public testing::Test
+class LiteralFrame : public NeighbourhoodFilters
 {
 protected:
-    void TearDown() override
-    {
-        I_SetBorderMode(-1, nullptr, 0);
-        I_SetROIType(0);
-        I_ImCloseAll();
-        clearError();
-    }
     std::vector<Call> calls;
     int32_t src = byteImage({{1, 2, 3}, {4, 5, 6}, {7, 8, 9}});
     int32_t dest = byteImage({{0, 0, 0}, {0, 0, 0}, {0, 0, 0}});

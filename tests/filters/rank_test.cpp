@@ -151,26 +151,9 @@ int32_t plainDeflicker(int32_t src, int32_t dst, int32_t mode)
     return I_MxNOperatorType(src, dst, 1, 2, &mode, plainFields<float>, PIX_FLOAT);
 }
 
-class Rank : public testing::Test
-{
-protected:
-    void TearDown() override
-    {
-        I_SetROIType(0);
-        I_SetBorderMode(-1, nullptr, 0);
-        I_ImCloseAll();
-        clearError();
-    }
-    int32_t like(int32_t im, int32_t type = PIX_BYTE)
-    {
-        int32_t cols = 0, rows = 0;
-        I_ImGetSize(&cols, &rows, nullptr, im);
-        return image(cols, rows, type, [](int32_t, int32_t) { return 9; });
-    }
-};
-using LiteralRank = Rank;
-using BoundsRank = Rank;
-using FailuresRank = Rank;
+using LiteralRank = NeighbourhoodFilters;
+using BoundsRank = NeighbourhoodFilters;
+using FailuresRank = NeighbourhoodFilters;
 
 TEST_F(LiteralRank, MedianOfNine)
 {

@@ -344,16 +344,9 @@ TEST(AgainstReferenceSmoothing, I_UnsharpMask)
                    {PIX_BYTE, PIX_WORD, PIX_FLOAT}, 20);
 }
 
-class FailuresSmoothing : public testing::Test
+class FailuresSmoothing : public NeighbourhoodFilters
 {
 protected:
-    void TearDown() override
-    {
-        I_SetBorderMode(-1, nullptr, 0);
-        I_SetROIType(0);
-        I_ImCloseAll();
-        clearError();
-    }
     int32_t src = noiseImage(30, 20, 1);
     int32_t dst = noiseImage(30, 20, 2);
 };

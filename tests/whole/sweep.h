@@ -137,6 +137,10 @@ SweptFunction swept(const char* name, Result (*function)(Argument...), Generator
             }};
 }
 
+// A region of any kind and a border of any kind, for filters; and back to none.
+void chooseRegionAndBorder(Stage& stage);
+void clearRegionAndBorder();
+
 // The tables, one per part of the library.
 std::vector<SweptFunction> sweptCore();
 std::vector<SweptFunction> sweptRegion();

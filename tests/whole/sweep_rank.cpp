@@ -15,35 +15,13 @@ int32_t extent(Stage& s)
     return s.pick({kLowest, -1, 0, 1, 2, 3, 4, 7, 50, 1000, kHighest});
 }
 
-// A region and a border of any kind, for the next call.
-void setting(Stage& s)
-{
-    const VexaPoint triangle[] = {{2, 2}, {30, 5}, {9, 25}};
-    const VexaPoint runs[] = {{1, 1}, {5, 1}, {9, 1}, {30, 1}, {0, 7}, {20, 7}};
-    switch (s.random() % 4) {
-    case 0:
-        I_SetPolygonROI(triangle, 3);
-        break;
-    case 1:
-        I_SetScanlistROI(runs, 6);
-        break;
-    case 2:
-        I_SetWindowROI(XY(s), XY(s), XY(s), XY(s));
-        break;
-    default:
-        I_SetROIType(0);
-    }
-    I_SetBorderMode(s.pick({kLowest, -2, -1, 0, 128, kHighest}), OUT(s), s.pick({0, 1, 2, 4, 17}));
-}
-
 template <typename Call>
 SweptFunction inSetting(const char* name, Call call)
 {
     return {name, [=](Stage& s) {
-                setting(s);
+                chooseRegionAndBorder(s);
                 call(s);
-                I_SetROIType(0);
-                I_SetBorderMode(-1, nullptr, 0);
+                clearRegionAndBorder();
             }};
 }
 

@@ -27,28 +27,6 @@ int32_t kernelSize(Stage& s)
     return s.pick({kLowest, -1, 0, 1, 2, 3, 5, 8, 50, kHighest - 1, kHighest});
 }
 
-// A region of any kind, and a border of any kind.
-void setting(Stage& s)
-{
-    const VexaPoint triangle[] = {{2, 2}, {30, 5}, {9, 25}};
-    const VexaPoint runs[] = {{-5, -1}, {9, -1}, {-9, 2},       {-4, 2}, {-3, 2},
-                              {8, 2},   {12, 2}, {kHighest, 2}, {3, 9},  {8, 9}};
-    switch (s.random() % 4) {
-    case 0:
-        I_SetPolygonROI(triangle, 3);
-        break;
-    case 1:
-        I_SetScanlistROI(runs, 10);
-        break;
-    case 2:
-        I_SetWindowROI(XY(s), XY(s), XY(s), XY(s));
-        break;
-    default:
-        I_SetROIType(0);
-    }
-    I_SetBorderMode(s.pick({-1, -2, 0, 77, kLowest, kHighest}), OUT(s), TYPE(s));
-}
-
 float window(Stage& s)
 {
     const double sizes[] = {1.0, 1.5, 2.0, 3.0, 4.25, 7.0, 300.0, REAL(s)};
@@ -69,18 +47,45 @@ SweptFunction sweptArray(const char* name, int32_t (*smooth)(Element*, int32_t, 
 
 } // namespace
 
+void chooseRegionAndBorder(Stage& s)
+{
+    const VexaPoint triangle[] = {{2, 2}, {30, 5}, {9, 25}};
+    const VexaPoint runs[] = {{-5, -1}, {9, -1}, {-9, 2},       {-4, 2}, {-3, 2},
+                              {8, 2},   {12, 2}, {kHighest, 2}, {3, 9},  {8, 9}};
+    switch (s.random() % 4) {
+    case 0:
+        I_SetPolygonROI(triangle, 3);
+        break;
+    case 1:
+        I_SetScanlistROI(runs, 10);
+        break;
+    case 2:
+        I_SetWindowROI(XY(s), XY(s), XY(s), XY(s));
+        break;
+    default:
+        I_SetROIType(0);
+    }
+    I_SetBorderMode(s.pick({-1, -2, 0, 77, kLowest, kHighest}), OUT(s), TYPE(s));
+}
+
+void clearRegionAndBorder()
+{
+    I_SetROIType(0);
+    I_SetBorderMode(-1, nullptr, 0);
+}
+
 std::vector<SweptFunction> sweptSmoothing()
 {
     return {
         {"I_MxNOperatorType",
          [](Stage& s) {
-             setting(s);
+             chooseRegionAndBorder(s);
              I_MxNOperatorType(IM(s), IM(s), kernelSize(s), kernelSize(s), nullptr,
                                s.random() % 9 ? touchAll : nullptr, TYPE(s));
          }},
         {"I_MxNOperator",
          [](Stage& s) {
-             setting(s);
+             chooseRegionAndBorder(s);
              I_MxNOperator(IM(s), IM(s), kernelSize(s), kernelSize(s), nullptr,
                            s.random() % 9 ? touchAll : nullptr);
          }},
@@ -106,17 +111,25 @@ std::vector<SweptFunction> sweptSmoothing()
              f_set3x3pointers(rows, s.pick({-1, 0, 1, 9}), s.pick({kLowest, 0, 1, 2, 3}), p, p + 1, p + 2,
                               p + 3, nullptr, p + 5, p + 6, p + 7, p + 8);
          }},
-        {"I_Smooth", [](Stage& s) { setting(s), I_Smooth(IM(s), IM(s)); }},
-        {"I_MxNSmooth", [](Stage& s) { setting(s), I_MxNSmooth(IM(s), IM(s), window(s), window(s)); }},
-        {"I_Sharpen", [](Stage& s) { setting(s), I_Sharpen(IM(s), IM(s), MODE(s), kernelSize(s), MODE(s)); }},
+        {"I_Smooth", [](Stage& s) { chooseRegionAndBorder(s), I_Smooth(IM(s), IM(s)); }},
+        {"I_MxNSmooth",
+         [](Stage& s) { chooseRegionAndBorder(s), I_MxNSmooth(IM(s), IM(s), window(s), window(s)); }},
+        {"I_Sharpen",
+         [](Stage& s) {
+             chooseRegionAndBorder(s), I_Sharpen(IM(s), IM(s), MODE(s), kernelSize(s), MODE(s));
+         }},
         {"I_UnsharpMask",
-         [](Stage& s) { setting(s), I_UnsharpMask(IM(s), IM(s), window(s), window(s), REAL(s)); }},
+         [](Stage& s) {
+             chooseRegionAndBorder(s), I_UnsharpMask(IM(s), IM(s), window(s), window(s), REAL(s));
+         }},
         sweptArray("I_SmoothArrayFloat", I_SmoothArrayFloat),
         sweptArray("I_SmoothArrayLong", I_SmoothArrayLong),
         sweptArray("I_SmoothArrayShort", I_SmoothArrayShort),
         sweptArray("I_SmoothArrayByte", I_SmoothArrayByte),
         {"I_ShiftSharpen",
-         [](Stage& s) { setting(s), I_ShiftSharpen(IM(s), IM(s), offset(s), offset(s), REAL(s)); }},
+         [](Stage& s) {
+             chooseRegionAndBorder(s), I_ShiftSharpen(IM(s), IM(s), offset(s), offset(s), REAL(s));
+         }},
         {"I_ShiftSharpenArray",
          [](Stage& s) {
              // Sizes that the blocks hold in any type.

@@ -3,12 +3,8 @@
 
 #include <tiffio.h>
 
-#include "tests/fileio/tiff_bytes.h"
-#include "tests/support/test_failures.h"
-#include "tests/support/test_files.h"
-#include "tests/support/test_images.h"
+#include "tests/fileio/tiff_files.h"
 #include "vexalib/raw_file.h"
-#include "vexalib/tiff.h"
 
 namespace vexa::test
 {
@@ -93,20 +89,7 @@ Bytes writeByPeer(const char* name, const PeerPicture& picture)
     return pixels;
 }
 
-class TiffPeer : public testing::Test
-{
-protected:
-    void SetUp() override
-    {
-        clearError();
-        I_SetTiffColorModes(0, 0, 0);
-        uint8_t identity[256];
-        for (int32_t i = 0; i < 256; ++i)
-            identity[i] = static_cast<uint8_t>(i);
-        I_SetGraphicsPalette(identity, identity, identity);
-    }
-    const TempFile file{".tif"};
-};
+using TiffPeer = TiffFiles;
 
 TEST_F(TiffPeer, AgainstReferenceGreyWrittenHere)
 {
@@ -315,7 +298,7 @@ void expectReadRight(const std::string& name)
     I_ImClose(im);
 }
 
-void expectRefused(const std::string& name, const char* text)
+void expectSampleRefused(const std::string& name, const char* text)
 {
     const int32_t im = byteImage(20, 20);
     clearError();
@@ -365,7 +348,7 @@ TEST_F(TiffPeer, AgainstReferenceSampleFiles)
         else if (sample->text == kBytes)
             expectBytes(path);
         else
-            expectRefused(path, sample->text);
+            expectSampleRefused(path, sample->text);
         EXPECT_EQ(0, I_ImCount());
     }
 }
