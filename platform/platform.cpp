@@ -148,7 +148,7 @@ int64_t readFile(const char* name, void* buffer, int64_t count)
     return chosen<&VexaPlatform::readFile>()(name, buffer, count);
 }
 
-// What support/profile_store.h declares.
+// What support/platform_files.h declares.
 std::size_t readProfile(const char* file, const char* section, const char* key, const char* fallback,
                         char* buffer, std::size_t size)
 {

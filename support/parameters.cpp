@@ -6,7 +6,7 @@
 #include <string_view>
 
 #include "support/numbers.h"
-#include "support/profile_store.h"
+#include "support/platform_files.h"
 #include "support/read_number.h"
 #include "vexalib/status.h"
 

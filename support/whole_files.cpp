@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "support/platform_files.h"
 #include "vexalib/numeric.h"
 #include "vexalib/status.h"
 
@@ -49,12 +50,7 @@ int32_t I_ReadFile(const char* name, void* buffer, int32_t count)
 {
     if (!name || !buffer || count < 1)
         return 0;
-    std::FILE* file = std::fopen(name, "rb");
-    if (!file)
-        return 0;
-    const std::size_t bytes = std::fread(buffer, 1, static_cast<std::size_t>(count), file);
-    std::fclose(file);
-    return static_cast<int32_t>(bytes);
+    return static_cast<int32_t>(vexa::platform::readFile(name, buffer, count));
 }
 
 int32_t I_WriteFile(const char* name, const void* buffer, int32_t count)

@@ -242,7 +242,7 @@ TEST_F(FailuresTileAlign, WithoutMemory)
             I_AlignStats(&offset, 0, 0, nullptr);
             return I_GetError(nullptr, 0);
         },
-        [](int64_t) {});
+        [](int64_t error) { EXPECT_EQ(2, error); });
 }
 
 } // namespace

@@ -1,5 +1,5 @@
 #include "platform/platform.h"
-#include "support/profile_store.h"
+#include "support/platform_files.h"
 
 #include <atomic>
 #include <cerrno>

@@ -257,7 +257,8 @@ TEST_F(FailuresCarefulDefects, WithoutMemory)
     spot(im, 10, 10, 14, 14, 90);
     for (const int32_t mergeRange : {3, 8})
         forEachFailingAllocation(
-            [&] { return static_cast<int64_t>(list(im, 20, 0, 1, mergeRange).at.size()); }, [](int64_t) {});
+            [&] { return static_cast<int64_t>(list(im, 20, 0, 1, mergeRange).at.size()); },
+            [](int64_t result) { EXPECT_LE(result, 1) << "a spot that is not there"; });
 }
 
 TEST_F(LiteralCarefulDefects, EmbossedDotsArePaintedOver)
@@ -283,7 +284,11 @@ TEST_F(LiteralCarefulDefects, FlatImageHasNoDots)
     EXPECT_EQ(0, I_BlackenBraille(im, 12, 1, 30));
     EXPECT_EQ(1, I_GetROIType());
     EXPECT_EQ(0, I_BlackenBraille(0, 12, 1, 30));
-    forEachFailingAllocation([&] { return I_BlackenBraille(im, 12, 1, 30); }, [](int64_t) {});
+    forEachFailingAllocation([&] { return I_BlackenBraille(im, 12, 1, 30); },
+                             [](int64_t result) {
+                                 EXPECT_EQ(0, result);
+                                 EXPECT_EQ(2, I_GetError(nullptr, 0));
+                             });
 }
 
 } // namespace

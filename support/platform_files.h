@@ -1,7 +1,7 @@
-// Where settings lie. The two functions are the platform's: the platform folder, which stands beside this one, defines
-// them.
-#ifndef VEXA_SUPPORT_PROFILE_STORE_H
-#define VEXA_SUPPORT_PROFILE_STORE_H
+// Where files and settings lie. The functions are the platform's: the platform folder, which stands beside this one,
+// defines them.
+#ifndef VEXA_SUPPORT_PLATFORM_FILES_H
+#define VEXA_SUPPORT_PLATFORM_FILES_H
 
 #include <cstddef>
 #include <cstdint>
@@ -9,6 +9,8 @@
 namespace vexa::platform
 {
 
+// The first bytes of a file, at most count; how many there were, 0 if there is no such file.
+int64_t readFile(const char* name, void* buffer, int64_t count);
 // The text of a key, or the fallback, into a buffer of size bytes; the result is its length.
 std::size_t readProfile(const char* file, const char* section, const char* key, const char* fallback,
                         char* buffer, std::size_t size);
