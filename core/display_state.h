@@ -24,6 +24,7 @@ struct DisplayState {
     int32_t colorMode = 1;           // non-zero: palette entries 252 to 255 are graphics colours
     int32_t highestPixel = kHighestOfAll;
     double gammaCRT = 2.2;
+    double displayGamma = 2.1;
     int32_t overflowColor = 0; // non-zero: clipped black and white pixels show in colour
     double pixelAspect = 1.0;
 };

@@ -157,6 +157,7 @@ std::vector<SweptFunction> sweptPictures();
 std::vector<SweptFunction> sweptStores();
 std::vector<SweptFunction> sweptAlign();
 std::vector<SweptFunction> sweptInspection();
+std::vector<SweptFunction> sweptDisplay();
 std::vector<SweptFunction> allSwept();
 
 } // namespace vexa::test

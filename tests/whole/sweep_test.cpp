@@ -173,7 +173,7 @@ std::vector<SweptFunction> allSwept()
     for (const auto& table :
          {sweptCore(), sweptRegion(), sweptOperators(), sweptMeasure(), sweptFilesAndGraphics(),
           sweptSupport(), sweptSmoothing(), sweptRankAndEdges(), sweptConvolution(), sweptGeometry(),
-          sweptProfiles(), sweptPictures(), sweptStores(), sweptAlign(), sweptInspection()})
+          sweptProfiles(), sweptPictures(), sweptStores(), sweptAlign(), sweptInspection(), sweptDisplay()})
         all.insert(all.end(), table.begin(), table.end());
     return all;
 }
