@@ -10,7 +10,6 @@
 #include "picture_io.h"
 #include "progress.h"
 #include "report_html.h"
-#include "synth.h"
 #include "vexalib/vexalib.h"
 
 namespace app
@@ -124,15 +123,16 @@ int runAlign(const AlignCommand& command)
 
 int runSynth(const SynthCommand& command)
 {
-    const Plate plate = makePlate(command.seed, command.size, command.defects);
+    const Synth synth = makeSynth(command.settings);
     OutputFiles files(command.folder);
-    storePng(files, "reference.png", plate.reference);
-    storePng(files, "defect.png", plate.defect);
-    files.add("truth.json", truthJson(plate, command.seed));
+    storePng(files, "reference.png", synth.reference);
+    storePng(files, "defect.png", synth.defect);
+    files.add("truth.json", truthJson(synth));
     files.commit();
-    if (plate.planted.size() < static_cast<std::size_t>(command.defects))
-        note("room for " + std::to_string(plate.planted.size()) + " defects only");
-    detail(std::to_string(plate.planted.size()) + " defects planted");
+    const std::string planted = std::to_string(synth.plate.planted.size());
+    if (synth.plate.planted.size() < static_cast<std::size_t>(command.settings.plate.defects))
+        note("room for " + planted + " defects only");
+    detail(planted + " defects planted");
     return 0;
 }
 

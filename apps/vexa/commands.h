@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "inspect.h"
+#include "synth.h"
 
 namespace app
 {
@@ -34,10 +35,8 @@ struct AlignCommand {
 };
 
 struct SynthCommand {
-    uint64_t seed = 1;
+    SynthSettings settings;
     std::string folder;
-    int32_t size = 1024;
-    int32_t defects = 16;
 };
 
 struct DiffCommand {

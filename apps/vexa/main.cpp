@@ -126,18 +126,107 @@ CLI::App* addAlign(CLI::App& program, app::AlignCommand& command)
     return align;
 }
 
+// How the defect picture is taken otherwise than the reference.
+void addDefectCamera(CLI::App& synth, app::SynthSettings& settings)
+{
+    synth
+        .add_option_function<std::vector<double>>(
+            "--shift",
+            [&settings](const std::vector<double>& shift) {
+                settings.shift = plate::Place{shift[0], shift[1]};
+            },
+            "the defect picture shows at x what the reference has at x + shift, in pixels; "
+            "drawn up to 2 if not given")
+        ->expected(2)
+        ->delimiter(',')
+        ->check(CLI::Range(-50.0, 50.0))
+        ->type_name("X,Y");
+    synth
+        .add_option("--rotation", settings.rotation,
+                    "the defect picture's field of view turns clockwise by so many degrees")
+        ->check(CLI::Range(-0.2, 0.2))
+        ->capture_default_str();
+    synth.add_option("--distortion", settings.distortion, "largest slow displacement in it, in pixels")
+        ->check(CLI::Range(0.0, 2.0))
+        ->capture_default_str();
+    synth
+        .add_option("--gradient", settings.gradient,
+                    "grey levels that it loses towards the bottom right corner; the reference loses 6")
+        ->check(CLI::Range(-100.0, 100.0))
+        ->capture_default_str();
+    synth.add_option("--gain", settings.gain, "its light, as a multiple of the reference's")
+        ->check(CLI::Range(0.1, 10.0))
+        ->capture_default_str();
+    synth
+        .add_option("--lamp", settings.offset,
+                    "grey levels that it is brighter by; drawn up to 2 if not given")
+        ->check(CLI::Range(-100.0, 100.0));
+    synth
+        .add_option("--focus", settings.focus,
+                    "deviation of its blur in pixels; that of the reference is 1.4")
+        ->check(CLI::Range(0.3, 8.0))
+        ->capture_default_str();
+}
+
 CLI::App* addSynth(CLI::App& program, app::SynthCommand& command)
 {
     CLI::App* synth =
         program.add_subcommand("synth", "makes a plate with planted defects: two pictures and truth.json");
-    synth->add_option("--seed", command.seed, "number that the plate is made from")->required();
+    app::SynthSettings& settings = command.settings;
+    plate::PatternSettings& pattern = settings.plate.pattern;
+    synth->add_option("--seed", settings.plate.seed, "number that the plate is made from")->required();
     synth->add_option("--out", command.folder, "folder for the files")->required();
-    synth->add_option("--size", command.size, "pixels a side")
-        ->check(CLI::Range(256, 4096))
+    synth->add_option("--size", pattern.size, "pixels a side")
+        ->check(CLI::Range(64, 4096))
         ->capture_default_str();
-    synth->add_option("--defects", command.defects, "defects to plant")
+    synth->add_option("--defects", settings.plate.defects, "defects to plant")
         ->check(CLI::Range(0, 1000))
         ->capture_default_str();
+    synth
+        ->add_option_function<std::vector<double>>(
+            "--defect-size",
+            [&pattern](const std::vector<double>& range) {
+                pattern.defectSize = {std::min(range[0], range[1]), std::max(range[0], range[1])};
+            },
+            "sizes of the defects in pixels; not given: what suits each kind")
+        ->expected(2)
+        ->delimiter(',')
+        ->check(CLI::Range(0.5, 30.0))
+        ->type_name("LOW,HIGH");
+    synth->add_option("--pattern", pattern.kind, "fields of a plate, an array of contacts, or lines")
+        ->transform(CLI::CheckedTransformer(
+            std::map<std::string, plate::PatternKind>{{"plate", plate::PatternKind::fields},
+                                                      {"contacts", plate::PatternKind::contacts},
+                                                      {"lines", plate::PatternKind::lines}}))
+        ->type_name("plate|contacts|lines");
+    synth->add_option("--pitch", pattern.pitch, "of contacts and lines, in pixels")
+        ->check(CLI::Range(4.0, 500.0))
+        ->capture_default_str();
+    synth->add_option("--duty", pattern.duty, "part of the pitch that a contact or a line is wide")
+        ->check(CLI::Range(0.1, 0.9))
+        ->capture_default_str();
+    synth->add_flag("--upright", pattern.upright, "lines run along y");
+    synth
+        ->add_option_function<std::vector<double>>(
+            "--levels",
+            [&settings](const std::vector<double>& levels) {
+                settings.clear = levels[0];
+                settings.opaque = levels[1];
+            },
+            "grey levels of clear and opaque places, 196,48 if not given")
+        ->expected(2)
+        ->delimiter(',')
+        ->check(CLI::Range(1.0, 255.0))
+        ->type_name("CLEAR,OPAQUE");
+    synth->add_option("--noise", settings.noise, "deviation of the cameras' noise, in grey levels")
+        ->check(CLI::Range(0.0, 100.0))
+        ->capture_default_str();
+    synth
+        ->add_option("--shot-noise", settings.shotNoise,
+                     "deviation, on clear places, of the noise that grows with the root of the light")
+        ->check(CLI::Range(0.0, 100.0))
+        ->capture_default_str();
+    addDefectCamera(*synth, settings);
     return synth;
 }
 

@@ -1,216 +1,143 @@
 #include "synth.h"
 
 #include <algorithm>
-#include <array>
-#include <bit>
+#include <cmath>
 #include <nlohmann/json.hpp>
 #include <utility>
-
-#include "failure.h"
-#include "synth_pattern.h"
 
 namespace app
 {
 namespace
 {
 
-constexpr int32_t kClear = 196; // grey levels
-constexpr int32_t kOpaque = 48;
-constexpr int32_t kShading = 6; // from the top left to the bottom right corner
-constexpr int32_t kApart = 44;  // pixels between two defects
-constexpr int32_t kFrame = 10;  // pixels at the border without a defect
+using Json = nlohmann::ordered_json;
 
-constexpr std::array kKinds = {"pin dot", "pin hole", "extension",    "intrusion",
-                               "bridge",  "break",    "width change", "contact size"};
+constexpr double kGradient = 6.0; // of the reference, in grey levels
 
-// The blur of the optics: binomial weights, with a standard deviation of 1.4 pixels.
-constexpr std::array<int64_t, 9> kBlur = {1, 8, 28, 56, 70, 56, 28, 8, 1};
-constexpr int64_t kBlurSum = 256;
-
-// 1 where the plate is opaque, in quarters of a pixel, with a clear frame of one pixel.
-class Raster
+Pixels pixelsOf(plate::Picture picture)
 {
-public:
-    explicit Raster(int32_t size)
-        : side_(size * kFine), stride_(side_ + 2 * kFine), cells_(std::size_t(stride_) * std::size_t(stride_))
-    {
-    }
-
-    void paint(const Shape& shape)
-    {
-        for (int32_t y = std::max(0, shape.top); y < std::min(side_, shape.bottom); ++y)
-            for (int32_t x = std::max(0, shape.left); x < std::min(side_, shape.right); ++x)
-                if (!shape.round || insideEllipse(shape, x, y))
-                    cells_[at(x, y)] = shape.opaque;
-    }
-
-    // Opaque cells of a pixel, 0 to 16, with the plate moved by up to a pixel.
-    int32_t coverage(int32_t pixelX, int32_t pixelY, int32_t moveX, int32_t moveY) const
-    {
-        int32_t sum = 0;
-        for (int32_t y = 0; y < kFine; ++y) {
-            const uint8_t* row = &cells_[at(pixelX * kFine - moveX, pixelY * kFine - moveY + y)];
-            for (int32_t x = 0; x < kFine; ++x)
-                sum += row[x];
-        }
-        return sum;
-    }
-
-private:
-    // Cell centres against the ellipse in the rectangle, in doubled units.
-    static bool insideEllipse(const Shape& shape, int32_t x, int32_t y)
-    {
-        const int64_t dx = 2 * int64_t{x} + 1 - shape.left - shape.right;
-        const int64_t dy = 2 * int64_t{y} + 1 - shape.top - shape.bottom;
-        const int64_t width = shape.right - shape.left;
-        const int64_t height = shape.bottom - shape.top;
-        return dx * dx * height * height + dy * dy * width * width <= width * width * height * height;
-    }
-
-    std::size_t at(int32_t x, int32_t y) const
-    {
-        return std::size_t(y + kFine) * std::size_t(stride_) + std::size_t(x + kFine);
-    }
-
-    int32_t side_;
-    int32_t stride_;
-    std::vector<uint8_t> cells_;
-};
-
-using Plane = std::vector<int64_t>;
-
-// One direction of the blur; the border repeats.
-Plane blurred(const Plane& plane, int32_t size, int32_t stepAlong, int32_t stepAcross)
-{
-    Plane result(plane.size());
-    for (int32_t across = 0; across < size; ++across)
-        for (int32_t along = 0; along < size; ++along) {
-            int64_t sum = 0;
-            for (int32_t k = 0; k < 9; ++k) {
-                const int32_t at = std::clamp(along + k - 4, 0, size - 1);
-                sum += kBlur[static_cast<std::size_t>(k)] *
-                       plane[static_cast<std::size_t>(at * stepAlong + across * stepAcross)];
-            }
-            result[static_cast<std::size_t>(along * stepAlong + across * stepAcross)] = sum;
-        }
-    return result;
-}
-
-// What the camera sees of a plate: its transmission behind the optics, shading, and noise of 2.4 grey levels.
-Pixels photograph(const Raster& raster, int32_t size, Random& random, int32_t moveX, int32_t moveY,
-                  int32_t lamp)
-{
-    Plane plane(std::size_t(size) * std::size_t(size));
-    for (int32_t y = 0; y < size; ++y)
-        for (int32_t x = 0; x < size; ++x)
-            plane[static_cast<std::size_t>(y * size + x)] = raster.coverage(x, y, moveX, moveY);
-    plane = blurred(blurred(plane, size, 1, size), size, size, 1);
-    constexpr int64_t kFull = kFine * kFine * kBlurSum * kBlurSum;
-    Pixels pixels(size, size, 1);
-    for (int32_t y = 0; y < size; ++y)
-        for (int32_t x = 0; x < size; ++x) {
-            const int64_t opaque = plane[static_cast<std::size_t>(y * size + x)];
-            const int64_t light =
-                kClear - (kClear - kOpaque) * opaque / kFull - kShading * (x + y) / (2 * size);
-            const int32_t noise = std::popcount(random.next() & 0xFFFFFFU) - 12;
-            pixels.row(y)[x] = static_cast<uint8_t>(std::clamp<int64_t>(light + lamp + noise, 0, 255));
-        }
+    Pixels pixels(picture.size, picture.size, 1);
+    pixels.bytes = std::move(picture.bytes);
     return pixels;
 }
 
-VexaBox boxOf(const Site& site)
+plate::Camera commonCamera(const SynthSettings& settings)
 {
-    VexaBox box = {INT32_MAX, INT32_MAX, 0, 0};
-    for (const Shape& shape : site.paint) {
-        box.left = std::min(box.left, shape.left / kFine);
-        box.top = std::min(box.top, shape.top / kFine);
-        box.right = std::max(box.right, (shape.right - 1) / kFine);
-        box.bottom = std::max(box.bottom, (shape.bottom - 1) / kFine);
+    plate::Camera camera;
+    camera.clear = settings.clear;
+    camera.opaque = settings.opaque;
+    camera.gradient = kGradient;
+    camera.noise = settings.noise;
+    camera.shotNoise = settings.shotNoise;
+    return camera;
+}
+
+// The stage does not come back to quite the same place, nor the lamp to the same light.
+plate::Camera defectCameraOf(const SynthSettings& settings, plate::Random& random)
+{
+    constexpr int32_t kFarthest = plate::units(2);
+    const auto drawn = [&random] {
+        return static_cast<double>(random.between(-kFarthest, kFarthest)) / plate::kUnit;
+    };
+    plate::Camera camera = commonCamera(settings);
+    camera.shiftX = drawn();
+    camera.shiftY = drawn();
+    camera.offset = random.between(-2, 2);
+    if (settings.shift) {
+        camera.shiftX = plate::snapped(settings.shift->x);
+        camera.shiftY = plate::snapped(settings.shift->y);
     }
-    return box;
+    if (settings.offset)
+        camera.offset = *settings.offset;
+    camera.rotation = settings.rotation;
+    camera.distortion = settings.distortion;
+    camera.gradient = settings.gradient;
+    camera.gain = settings.gain;
+    camera.focus = settings.focus;
+    return camera;
 }
 
-bool isFree(const VexaBox& box, const std::vector<Planted>& planted, int32_t size)
+// Defects stay in sight, and apart from the border, in both pictures.
+double frameOf(const SynthSettings& settings, const plate::Camera& camera)
 {
-    if (box.left < kFrame || box.top < kFrame || box.right >= size - kFrame || box.bottom >= size - kFrame)
-        return false;
-    return std::none_of(planted.begin(), planted.end(), [&box](const Planted& other) {
-        return box.left - other.box.right < kApart && other.box.left - box.right < kApart &&
-               box.top - other.box.bottom < kApart && other.box.top - box.bottom < kApart;
-    });
+    const double side = settings.plate.pattern.size;
+    return settings.plate.frame + std::max(std::fabs(camera.shiftX), std::fabs(camera.shiftY)) +
+           std::ceil(std::fabs(camera.rotation) / 100.0 * side + camera.distortion);
 }
 
-void shuffle(std::vector<Site>& sites, Random& random)
+// The pixels that a box touches, sides included.
+Json pixelBox(const plate::Box& box)
 {
-    for (std::size_t i = sites.size(); i > 1; --i)
-        std::swap(sites[i - 1],
-                  sites[static_cast<std::size_t>(random.between(0, static_cast<int32_t>(i) - 1))]);
+    const auto first = [](double at) { return static_cast<int32_t>(std::floor(at)); };
+    const auto last = [](double at) { return static_cast<int32_t>(std::ceil(at)) - 1; };
+    return {{"left", first(box.left)},
+            {"top", first(box.top)},
+            {"right", last(box.right)},
+            {"bottom", last(box.bottom)}};
 }
 
-// One kind after the other, until there are enough or a whole round finds no free place.
-std::vector<Planted> plant(Raster& raster, Pattern& pattern, Random& random, int32_t size, int32_t defects)
+Json cameraJson(const plate::Camera& camera)
 {
-    shuffle(pattern.sites, random);
-    std::vector<Planted> planted;
-    std::size_t failures = 0;
-    for (std::size_t turn = 0; planted.size() < static_cast<std::size_t>(defects) && failures < kKinds.size();
-         ++turn) {
-        const std::string kind = kKinds[turn % kKinds.size()];
-        const auto site =
-            std::find_if(pattern.sites.begin(), pattern.sites.end(), [&](const Site& candidate) {
-                return candidate.kind == kind && isFree(boxOf(candidate), planted, size);
-            });
-        if (site == pattern.sites.end()) {
-            ++failures;
-            continue;
-        }
-        failures = 0;
-        planted.push_back({kind, boxOf(*site), site->size});
-        for (const Shape& shape : site->paint)
-            raster.paint(shape);
+    return {{"rotation", camera.rotation},   {"distortion", camera.distortion}, {"focus", camera.focus},
+            {"clear", camera.clear},         {"opaque", camera.opaque},         {"gradient", camera.gradient},
+            {"gain", camera.gain},           {"offset", camera.offset},         {"noise", camera.noise},
+            {"shot_noise", camera.shotNoise}};
+}
+
+Json patternJson(const plate::PatternSettings& pattern)
+{
+    switch (pattern.kind) {
+    case plate::PatternKind::contacts:
+        return {{"kind", "contacts"}, {"pitch", pattern.pitch}, {"duty", pattern.duty}};
+    case plate::PatternKind::lines:
+        return {{"kind", "lines"},
+                {"pitch", pattern.pitch},
+                {"duty", pattern.duty},
+                {"along", pattern.upright ? "y" : "x"}};
+    default:
+        return {{"kind", "plate"}};
     }
-    return planted;
 }
 
 } // namespace
 
-Plate makePlate(uint64_t seed, int32_t size, int32_t defects)
+Synth makeSynth(const SynthSettings& settings)
 {
-    Random random(seed);
-    Pattern pattern = makePattern(random, size);
-    Raster raster(size);
-    for (const Shape& shape : pattern.shapes)
-        raster.paint(shape);
-    Plate plate;
-    plate.reference = photograph(raster, size, random, 0, 0, 0);
-    plate.planted = plant(raster, pattern, random, size, defects);
-    // The stage does not come back to quite the same place, nor the lamp to the same light.
-    const int32_t moveX = random.between(-2, 2);
-    const int32_t moveY = random.between(-2, 2);
-    plate.shiftX = static_cast<double>(moveX) / kFine;
-    plate.shiftY = static_cast<double>(moveY) / kFine;
-    plate.defect = photograph(raster, size, random, moveX, moveY, random.between(-2, 2));
-    return plate;
+    // What the cameras draw does not depend on how the plate was drawn.
+    plate::Random random(~settings.plate.seed);
+    Synth synth;
+    synth.settings = settings;
+    synth.referenceCamera = commonCamera(settings);
+    synth.referenceCamera.noiseSeed = random.next();
+    synth.defectCamera = defectCameraOf(settings, random);
+    synth.defectCamera.noiseSeed = random.next();
+    plate::PlateSettings plateSettings = settings.plate;
+    plateSettings.frame = frameOf(settings, synth.defectCamera);
+    synth.plate = plate::makePlate(plateSettings);
+    const int32_t size = synth.plate.size;
+    synth.reference = pixelsOf(plate::photograph(synth.plate.shapes, size, synth.referenceCamera));
+    synth.defect = pixelsOf(plate::photograph(synth.plate.withDefects(), size, synth.defectCamera));
+    return synth;
 }
 
-std::string truthJson(const Plate& plate, uint64_t seed)
+std::string truthJson(const Synth& synth)
 {
-    using Json = nlohmann::ordered_json;
+    const int32_t size = synth.plate.size;
     Json defects = Json::array();
-    for (const Planted& planted : plate.planted)
+    for (const plate::Planted& planted : synth.plate.planted)
         defects.push_back({{"kind", planted.kind},
-                           {"box",
-                            {{"left", planted.box.left},
-                             {"top", planted.box.top},
-                             {"right", planted.box.right},
-                             {"bottom", planted.box.bottom}}},
+                           {"box", pixelBox(plate::shown(planted.box, size, synth.defectCamera))},
+                           {"reference_box", pixelBox(planted.box)},
                            {"size", planted.size}});
     const Json document = {{"format", "vexa-synth"},
-                           {"version", 1},
-                           {"seed", seed},
-                           {"width", plate.reference.cols},
-                           {"height", plate.reference.rows},
-                           {"shift", {{"x", plate.shiftX}, {"y", plate.shiftY}}},
+                           {"version", 2},
+                           {"seed", synth.settings.plate.seed},
+                           {"width", size},
+                           {"height", size},
+                           {"pattern", patternJson(synth.settings.plate.pattern)},
+                           {"shift", {{"x", synth.defectCamera.shiftX}, {"y", synth.defectCamera.shiftY}}},
+                           {"reference_camera", cameraJson(synth.referenceCamera)},
+                           {"defect_camera", cameraJson(synth.defectCamera)},
                            {"defects", defects}};
     return document.dump(2) + "\n";
 }
