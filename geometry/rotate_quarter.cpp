@@ -289,7 +289,15 @@ void turnTiles(const Turn& turn, TileBuffers& buffers)
             I_GetBlockType(turn.box.left, y, turn.box.right - turn.box.left + 1, height, buffers.band.data(),
                            turn.imSrc, turn.type);
     };
-    forEachTile(turn, readBand, [&](const Tile& tile) { turnTile(turn, tile, buffers); });
+    // All bands of a tile before the next tile: what a block has outside the source, the block before left.
+    const auto visit = [&](const Tile& tile) {
+        for (int32_t band = 0; band < turn.bands; ++band) {
+            if (turn.bands > 1)
+                I_SetColorBand(band);
+            turnTile(turn, tile, buffers);
+        }
+    };
+    forEachTile(turn, readBand, visit);
 }
 
 // How much of a length of pixels the tiles fill.
@@ -337,7 +345,6 @@ void turnDiagonally(const Turn& turn, const DirectPixels& direct, int32_t cols, 
         turn, [](int32_t, int32_t) {}, visit);
 }
 
-// One pass over whole pixels, or one band of them.
 void turnPixels(const Turn& turn, TileBuffers& buffers)
 {
     DirectPixels direct;
@@ -405,15 +412,9 @@ int32_t runTurn(Turn& turn, bool inPlace)
         if (malloctest(buffers.band.data(), "rotate90"))
             return 0;
     }
-    if (turn.bands == 1) {
-        turnPixels(turn, buffers);
-        return 1;
-    }
-    for (int32_t band = 0; band < turn.bands; ++band) {
-        I_SetColorBand(band);
-        turnPixels(turn, buffers);
-    }
-    I_SetColorBand(-1);
+    turnPixels(turn, buffers);
+    if (turn.bands > 1)
+        I_SetColorBand(-1);
     return 1;
 }
 
