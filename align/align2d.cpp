@@ -91,12 +91,9 @@ private:
 
     Outcome runLevel(int32_t level)
     {
-        const LevelSize pattern = sizeOf(pattern_, level), search = sizeOf(search_, level);
-        if (pattern_.levelDeviation[level] < kFlat)
+        if (!isUsableLevel(pattern_, search_, level))
             return level == 0 ? Outcome::failed : Outcome::givenUp;
-        if (level > 0 && (pattern.cols < kLeastPattern || pattern.rows < kLeastPattern ||
-                          search.cols - pattern.cols < kLeastRoom || search.rows - pattern.rows < kLeastRoom))
-            return Outcome::givenUp;
+        const LevelSize pattern = sizeOf(pattern_, level), search = sizeOf(search_, level);
         const LevelSize scores =
             isFirst_ ? LevelSize{search.cols - pattern.cols + 1, search.rows - pattern.rows + 1}
                      : LevelSize{kWindow, kWindow};
@@ -239,6 +236,16 @@ private:
 };
 
 } // namespace
+
+bool isUsableLevel(const PatternPyramid& pattern, const PatternPyramid& search, int32_t level)
+{
+    if (pattern.levelDeviation[level] < kFlat)
+        return false;
+    const LevelSize small = sizeOf(pattern, level), large = sizeOf(search, level);
+    return level == 0 || (small.cols >= kLeastPattern && small.rows >= kLeastPattern &&
+                          large.cols - small.cols >= kLeastRoom && large.rows - small.rows >= kLeastRoom);
+}
+
 } // namespace vexa
 
 using namespace vexa;

@@ -28,6 +28,9 @@ private:
     Buffer<uint8_t> block_;
 };
 
+// Whether a pattern can be told from its surroundings on a level, and a search has room for it there.
+bool isUsableLevel(const PatternPyramid& pattern, const PatternPyramid& search, int32_t level);
+
 } // namespace vexa
 
 #endif

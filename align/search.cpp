@@ -4,6 +4,7 @@
 
 #include "align/address_word.h"
 #include "align/correlation_settings.h"
+#include "align/debug_pictures.h"
 #include "align/pattern_pyramid.h"
 #include "vexalib/correlation.h"
 #include "vexalib/numeric.h"
@@ -63,6 +64,8 @@ int32_t I_WindowSearch(VexaBox* patBox, int32_t patImage, VexaBox* srchBox, int3
         if (y)
             y[i] += static_cast<float>(search->top - pattern->top);
     }
+    if (I_GetDebug())
+        showSearch(*pattern, *search, levels, found, x, y);
     if (!correlationSettings().cacheEnable) {
         state().pattern.clear();
         state().search.clear();

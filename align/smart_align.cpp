@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <utility>
 
+#include "align/debug_pictures.h"
 #include "align/image_size.h"
 #include "measure/store_output.h"
 #include "support/buffer.h"
@@ -165,6 +166,8 @@ public:
         const VexaBox xBox = boxAround(edges.x.at, span, span / 4, span / 2, span / 8, size);
         const VexaBox yBox = boxAround(edges.y.at, span / 4, span, span / 8, span / 2, size);
         const VexaBox both = unionOf(xBox, yBox);
+        if (I_GetDebug())
+            showStart(edges, xBox, yBox, both);
         const int32_t apart =
             std::max(std::abs(edges.x.at.x - edges.y.at.x), std::abs(edges.x.at.y - edges.y.at.y));
         if (apart <= span && edges.smallerSlope() >= kLeastSlope)
@@ -195,6 +198,14 @@ private:
     {
         used_ = box;
         hasUsed_ = true;
+    }
+
+    void showStart(const EdgePair& edges, const VexaBox& x, const VexaBox& y, const VexaBox& both) const
+    {
+        showMisregistration(imDef_, imRef_, {start_.dx, start_.dy}, x, y, both);
+        vexa_dprintf("xbox=%d %d %d %d  ybox=%d %d %d %d  abox = %d %d %d %d  xpk=%d %d, ypk = %d %d", x.left,
+                     x.top, x.right, x.bottom, y.left, y.top, y.right, y.bottom, both.left, both.top,
+                     both.right, both.bottom, edges.x.at.x, edges.x.at.y, edges.y.at.x, edges.y.at.y);
     }
 
     void align(const VexaBox& box, int32_t xRange, int32_t yRange, Shift& shift) const

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "core/roi.h"
+#include "inspect/shape_picture.h"
 #include "inspect/trace_shape.h"
 #include "measure/store_output.h"
 #include "support/buffer.h"
@@ -150,6 +151,9 @@ public:
         return true;
     }
 
+    const VexaPointF* points() const { return points_.data(); }
+    int32_t size() const { return n_; }
+
 private:
     VexaPoint wholePoint(int32_t i) const { return {truncToInt32(points_[i].x), truncToInt32(points_[i].y)}; }
     static float settled(float coordinate, int32_t size)
@@ -165,9 +169,8 @@ private:
 };
 
 // False: no memory.
-[[nodiscard]] bool findCrossings(Shape& shape)
+[[nodiscard]] bool findRisesOn(Path& path, const Shape& shape)
 {
-    Path path(shape);
     if (!path.makeCircle())
         return true;
     path.settle();
@@ -177,6 +180,18 @@ private:
         return true;
     path.settle();
     return path.findRises();
+}
+
+// False: no memory.
+[[nodiscard]] bool findCrossings(Shape& shape, ShapePicture& picture)
+{
+    Path path(shape);
+    if (!findRisesOn(path, shape))
+        return false;
+    picture.putPath(path.points(), path.size());
+    if (shape.traceCount == 0)
+        picture.show();
+    return true;
 }
 
 bool strictlyInside(const Shape& shape, VexaPoint p)
@@ -206,7 +221,7 @@ void findClosestPoint(const Shape& shape, EdgeTrace& trace, int32_t& closestInde
     trace.centreDistance = static_cast<float>(nearest);
 }
 
-void followTrace(Shape& shape, int32_t i, int32_t& closestIndex)
+void followTrace(Shape& shape, int32_t i, int32_t& closestIndex, ShapePicture& picture)
 {
     EdgeTrace& trace = shape.traces[i];
     const VexaPoint crossing = shape.crossings[i];
@@ -217,6 +232,7 @@ void followTrace(Shape& shape, int32_t i, int32_t& closestIndex)
         trace.count = 0;
     else if (trace.count > 4)
         trace.closed = isClosed(trace);
+    picture.putTrace(i, trace.points, trace.count, crossing, start);
     trace.pointCount = static_cast<float>(trace.count);
     if (trace.count < 2)
         return;
@@ -415,11 +431,12 @@ float I_EdgeShape(int32_t im, int32_t iThresh, const VexaBox* box, int32_t margi
     shape.boxWidth = int64_t{box->right} - box->left + 1;
     shape.boxHeight = int64_t{box->bottom} - box->top + 1;
     const RoiGuard restore;
-    if (!findCrossings(shape))
+    ShapePicture picture(im);
+    if (!findCrossings(shape, picture))
         return 0.0F;
     int32_t closestIndex = 0;
     for (int32_t i = 0; i < shape.traceCount; ++i)
-        followTrace(shape, i, closestIndex);
+        followTrace(shape, i, closestIndex, picture);
     if (shape.edges < 1)
         return -1.0F;
     compareTraces(shape);

@@ -4,16 +4,20 @@
 #include <cstdio>
 #include <cstring>
 
+#include "core/image_table.h"
+#include "core/roi.h"
 #include "measure/blob_records.h"
 #include "support/buffer.h"
 #include "support/guard.h"
 #include "support/numbers.h"
 #include "vexalib/block.h"
+#include "vexalib/display.h"
 #include "vexalib/image.h"
 #include "vexalib/moments.h"
 #include "vexalib/roi.h"
 #include "vexalib/roi_store.h"
 #include "vexalib/status.h"
+#include "vexalib/threshold.h"
 
 namespace vexa
 {
@@ -124,6 +128,23 @@ void reportNoRuns(int32_t blob, int32_t imLabel, const VexaBox& box, const Point
     void* labels = I_DupBlockType(box.left, box.top, cols, rows, imLabel, PIX_DWORD);
     FormatArray(nullptr, labels, 4, cols, rows, "%d");
     vexaFree(labels);
+}
+
+// A label image without its outermost pixels, normalised.
+void showLabels(int32_t imLabel)
+{
+    const ImageGuard picture(I_CloneImage(imLabel, PIX_BYTE, 0));
+    {
+        const RoiGuard region;
+        I_SetROIType(kRoiFullFrame);
+        I_ShowError("DisplayBlobTable 2");
+        I_SetWindowROI(1, 1, -1, -1);
+        I_NormalizeROI(imLabel, picture.get());
+        I_ShowError("DisplayBlobTable 3");
+    }
+    I_ShowError("DisplayBlobTable 4");
+    DisplayImage1(picture.get(), 0, 3.0F);
+    I_ShowError("DisplayBlobTable 5");
 }
 
 // One line of the listing, in 32-bit floats.
@@ -280,6 +301,8 @@ int32_t I_MakeBlobROI(int32_t blob, int32_t imLabel)
 
 int32_t I_DisplayBlobTable(int32_t imLabel, int32_t imGrey)
 {
+    if (imLabel != 0)
+        showLabels(imLabel);
     const int32_t listed = std::min(I_GetBlobCount(), kListedBlobs);
     Buffer<char> text(int64_t{kTextGrowth} * (listed + 1));
     if (malloctest(text.data(), "I_DisplayBlobTable"))

@@ -46,35 +46,29 @@ bool matches(const Kernel& kernel, const LensParameters& lens)
     return sameLens && kernel.fftSize == fftSize && kernel.precision == state.precision && sameFile;
 }
 
-// The row through the centre of a kernel, or its column where it has no other.
-struct CentreRow {
-    const float* row;
-    int32_t width;
-
-    explicit CentreRow(const Kernel& kernel)
-        : row(kernel.displayData), width(kernel.cols == 1 ? kernel.rows : kernel.cols)
-    {
-        if (row && kernel.cols != 1)
-            row += int64_t{kernel.rows / 2} * kernel.cols;
-    }
-
-    const float* centre() const { return row ? row + width / 2 : nullptr; }
-    int32_t fromCentre() const { return width - width / 2; }
-    // Samples from the centre outward to a level; negative where it is not crossed.
-    float edge(float level) const { return I_FindEdgeType(centre(), fromCentre(), 0, 1, level, PIX_FLOAT); }
-};
-
-bool hasElements(const Kernel* kernel)
-{
-    return kernel && kernel->cols >= 1 && kernel->rows >= 1;
-}
-
 void copyName(char (&to)[kFileNameSize], const char* from)
 {
     std::snprintf(to, sizeof to, "%s", from);
 }
 
 } // namespace
+
+CentreRow::CentreRow(const Kernel& kernel)
+    : row(kernel.displayData), width(kernel.cols == 1 ? kernel.rows : kernel.cols)
+{
+    if (row && kernel.cols != 1)
+        row += int64_t{kernel.rows / 2} * kernel.cols;
+}
+
+float CentreRow::edge(float level) const
+{
+    return I_FindEdgeType(centre(), fromCentre(), 0, 1, level, PIX_FLOAT);
+}
+
+bool hasElements(const Kernel* kernel)
+{
+    return kernel && kernel->cols >= 1 && kernel->rows >= 1;
+}
 
 Kernel* newTableKernel()
 {

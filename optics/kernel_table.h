@@ -34,6 +34,20 @@ bool findKernel(const LensParameters& lens);
 Kernel* currentKernel();
 void setCurrentKernel(Kernel* kernel);
 
+// The row through the centre of a kernel, or its column where it has no other.
+struct CentreRow {
+    const float* row;
+    int32_t width;
+
+    explicit CentreRow(const Kernel& kernel);
+    const float* centre() const { return row ? row + width / 2 : nullptr; }
+    int32_t fromCentre() const { return width - width / 2; }
+    // Samples from the centre outward to a level; negative where it is not crossed.
+    float edge(float level) const;
+};
+
+bool hasElements(const Kernel* kernel);
+
 // What kernels are made with.
 float kernelPrecision();
 int32_t kernelFftSize();

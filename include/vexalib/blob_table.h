@@ -126,6 +126,10 @@ VEXA_API int32_t I_MakeBlobROI(int32_t blob, int32_t imLabel);
 ///
 /// The weighted position is that of I_GetBlobMoments2 where both images are given, and the mean otherwise.
 ///
+/// First, where there is a label image, it is shown by DisplayImage1 at three times its size: normalised, but
+/// for its outermost pixels, which are black. Pending errors are presented by I_ShowError with the texts
+/// "DisplayBlobTable 2" to "DisplayBlobTable 5" before and after normalising and showing.
+///
 /// @param imLabel,imGrey the label image and the image to weigh with, or 0
 /// @return the number of blobs
 VEXA_API int32_t I_DisplayBlobTable(int32_t imLabel, int32_t imGrey);

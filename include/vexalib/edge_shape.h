@@ -114,7 +114,8 @@ VEXA_API int32_t I_AdjustStartEdge(const float *a, const float *b, int32_t n, in
 /// found. The region of interest is put back. Presents and clears a pending error with the text "EdgeShape
 /// 4". Errors that I_TraceEdge leaves stay; error 2 with the tag "I_EdgeShape" without memory. With
 /// I_SetDebug on, shows the line "Edges=%d iThresh=%d, minsep= %.1f, %.1f bDarkLine=%d %d iclose=%d
-/// iMinSep=%d".
+/// iMinSep=%d", and after each boundary, or where there is none, by DisplayImages(4.0, ..., 32) a copy of the
+/// image with the path (253), the boundaries so far (254, 253, ...), and where they were met and begin (252).
 VEXA_API float I_EdgeShape(int32_t im, int32_t iThresh, const VexaBox *box, int32_t margin, int32_t *edges,
                            float *minsep, float *width, float *direction, float *angle, float *turn,
                            int32_t *closedPoints);

@@ -3,7 +3,7 @@
 ///     records    I_MakeComplexKernel I_FreeKernel
 ///     profiles   I_CustomBlurKernel I_CustomSmooth
 ///     table      FreeKernels ListKernels I_SetKernelPrecision I_SetIllumApertureImage
-///     read-out   I_GetKernel I_KernelDiameter I_GetImIllumination
+///     read-out   I_GetKernel I_KernelDiameter I_GetImIllumination I_DisplayKernel
 ///
 /// Example: a kernel of an application's own, normalised, and an image convolved with it.
 ///
@@ -172,6 +172,22 @@ VEXA_API double I_KernelDiameter(float fraction);
 /// @param lensDia receives LensDiaPix; may be null
 /// @return the image of the illumination; 0 where there is no kernel, the outputs then unchanged
 VEXA_API int32_t I_GetImIllumination(int32_t *imLens, float *ratio, float *lensDia);
+
+/// Reports on the current kernel: stores its width at half height as I_GetKernel does, shows a normalised copy
+/// "_DisplayKernel" of the effective lens beside the illumination by DisplayImages at 256 / fftSize, and puts
+/// a text on the clipboard:
+///
+///     Kernel: %d x %d fwhm=%.2f                          cols, rows
+///     R0=%.1f sigma = %.2f %.2f type=%d FocusR=%.1f      sigma and isigma
+///     SrcR0=%.1f SrcSigma = %.2f %.2f
+///     LensDiaPix=%.1f ksize/R0=%.1f ErrFrac=%.3f         ksize is the kernel's width, R0 at least 0.1
+///     the centre row, 1000 at its peak, with "%.1f\t"
+///     Effective Lens OTF. Center to right:
+///     Source Lens, Proj Lens, Proj / Src                 where the record has them: srcOTF, projOTF, ratioOTF,
+///                                                        fftSize / 4 elements from the centre, which is 1000
+///
+/// @return imLens; 0 without a kernel. Error 2 "I_DisplayKernel" is left where there is no memory for the text
+VEXA_API int32_t I_DisplayKernel(void);
 
 /// @}
 

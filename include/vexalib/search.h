@@ -32,6 +32,9 @@
 ///         - no memory: error 2, "LearnPattern"
 ///
 /// Progress is told under "Search: pattern", "Search: target" and "Search: corr.".
+///
+/// With I_SetDebug on, DisplayImage2x3 shows both images with their boxes (253), what was found (252), and, from two
+/// levels on, pattern and search of the level on which it began, at the size of level 0, normalised.
 VEXA_API int32_t I_WindowSearch(VexaBox *patBox, int32_t patImage, VexaBox *srchBox, int32_t srchImage,
                                 int32_t levels, float *x, float *y, float *quality, int32_t maxPeaks);
 

@@ -31,7 +31,9 @@
 /// @param qualX,qualY receive the qualities: 0 where nothing ran
 /// @return 1
 ///
-/// Errors of the stages are shown by I_ShowError, with the stage's own words.
+/// Errors of the stages are shown by I_ShowError, with the stage's own words. With I_SetDebug on, each stage tells its
+/// results in a message, and DisplayImages shows the difference of both images at the starting offset with the boxes of
+/// the vertical edge (253), the horizontal edge (254) and both (252).
 VEXA_API int32_t I_SmartAlign(int32_t imDef, int32_t imRef, VexaBox *box, VexaBox *outBox, int32_t maxShift,
                               float *dx, float *dy, float *qualX, float *qualY);
 

@@ -1,5 +1,6 @@
 #include "vexalib/blob_table.h"
 
+#include "tests/support/recording_display.h"
 #include "tests/support/test_failures.h"
 #include "tests/support/test_images.h"
 #include "vexalib/vexalib.h"
@@ -313,6 +314,56 @@ TEST_F(LiteralBlobTable, ListingOfTheTable)
     EXPECT_THAT(shown, HasSubstr("Blob Table Summary: 100 blobs\n"));
     EXPECT_EQ(2 + 50, std::count(shown.begin(), shown.end(), '\n'));
     vexaSetPlatform(nullptr);
+}
+
+TEST_F(LiteralBlobTable, ListingShowsTheLabels)
+{
+    RecordingDisplay display;
+    const std::vector<uint8_t> before = bytesOf(label_);
+    const int32_t images = I_ImCount();
+    I_SetWindowROI(5, 5, 6, 6);
+    EXPECT_EQ(2, I_DisplayBlobTable(0, grey_));
+    EXPECT_TRUE(display.drawings.empty()) << "no label image, no picture";
+    EXPECT_EQ(2, I_DisplayBlobTable(label_, 0));
+    EXPECT_EQ(before, bytesOf(label_));
+    EXPECT_EQ(images, I_ImCount());
+    EXPECT_EQ(1, I_GetROIType());
+    int32_t left = 0;
+    I_GetWindowROI(&left, nullptr, nullptr, nullptr);
+    EXPECT_EQ(5, left);
+    ASSERT_EQ(1U, display.drawings.size());
+    const Drawing& d = display.drawings[0];
+    EXPECT_EQ(24, d.bits);
+    EXPECT_EQ(36, d.stretch.targetWidth);
+    EXPECT_EQ(24, d.stretch.targetHeight);
+    EXPECT_EQ(25, d.stretch.targetY);
+    for (int32_t y = 0; y < 8; ++y)
+        for (int32_t x = 0; x < 12; ++x) {
+            const bool inPlus = std::abs(x - 3) + std::abs(y - 3) <= 1;
+            // Label 2 under the largest gain, 85; the bar stands on the outermost pixels.
+            const int32_t value = inPlus ? 170 : 0;
+            EXPECT_TRUE(d.hasColor(x, y, value, value, value)) << x << " " << y;
+        }
+}
+
+TEST_F(FailuresBlobTable, ListingPresentsErrorsAroundThePicture)
+{
+    RecordingDisplay display;
+    Messages messages;
+    I_SetError(12, "left over by something else");
+    I_DisplayBlobTable(label_, 0);
+    ASSERT_LE(1U, messages.all().size());
+    EXPECT_EQ("DisplayBlobTable 2 <ILLEGAL PARAMETER> left over by something else", messages.all()[0]);
+    messages.clear();
+    EXPECT_EQ(2, I_DisplayBlobTable(-99, 0));
+    ASSERT_LE(1U, messages.all().size());
+    EXPECT_THAT(messages.all()[0], HasSubstr("DisplayBlobTable 2"));
+    EXPECT_EQ(1U, display.drawings.size());
+    const int32_t images = I_ImCount();
+    forEachFailingAllocation([&] { return I_DisplayBlobTable(label_, grey_); },
+                             [](int64_t result) { EXPECT_EQ(2, result); });
+    EXPECT_EQ(images, I_ImCount());
+    EXPECT_EQ(0, display.openTargets);
 }
 
 } // namespace

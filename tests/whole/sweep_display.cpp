@@ -76,6 +76,11 @@ std::vector<SweptFunction> sweptDisplay()
         shown("Display2x5", Display2x5, OUT, MODE, MODE, REAL, IM, IM, IM, IM, IM, IM, IM, IM, IM, IM),
         shown("DisplayImage2x3", DisplayImage2x3, OUT, REAL, IM, IM, IM, IM, IM, IM),
         shown("DisplayImage2x5", DisplayImage2x5, OUT, REAL, IM, IM, IM, IM, IM, IM, IM, IM, IM, IM),
+        {"I_DisplayKernel",
+         [](Stage& s) {
+             chooseDisplay(s);
+             I_DisplayKernel();
+         }},
         {"DisplayImages",
          [](Stage& s) {
              chooseDisplay(s);
