@@ -24,7 +24,7 @@ struct PixelTypeFacts {
 
 // The types that listings name; every other code is "user" there.
 inline constexpr PixelTypeFacts kPixelTypes[] = {
-    {0, 1, "empty"},
+    {0, 1, ""},
     {PIX_BYTE, 1, "byt"},
     {PIX_WORD, 2, "wrd"},
     {PIX_DWORD, 4, "DWord"},

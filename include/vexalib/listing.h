@@ -57,7 +57,7 @@ VEXA_API int32_t I_FloodFillArray(int32_t x, int32_t y, int32_t value, void **ta
 ///
 ///     " -1\t  40x  30x 1 byt    \t0-0\t0MB plate 7\t"
 ///
-///     types  empty byt wrd DWord float Dfloat cplx Dcplx Palette BGR-15bit BGR-16bit BGR-24bit RGB-24bit
+///     types  none for 0, byt wrd DWord float Dfloat cplx Dcplx Palette BGR-15bit BGR-16bit BGR-24bit RGB-24bit
 ///            BGR-32bit RGB-32bit PLANAR; all others user
 ///     kinds  none for memory, file (8), display (16), grabber (21); all others special
 ///

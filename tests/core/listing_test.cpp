@@ -113,7 +113,7 @@ TEST_F(Listing, LiteralOneLineAnImage)
 
 TEST_F(Listing, LiteralNamesOfTypesAndKinds)
 {
-    const std::pair<int32_t, const char*> types[] = {{0, "empty "},
+    const std::pair<int32_t, const char*> types[] = {{0, " "},
                                                      {PIX_BYTE, "byt "},
                                                      {PIX_WORD, "wrd "},
                                                      {PIX_DWORD, "DWord "},
