@@ -3,6 +3,7 @@
 #include "tests/support/random_images.h"
 #include "tests/support/test_failures.h"
 #include "tests/support/test_images.h"
+#include "vexalib/display.h"
 
 using namespace vexa::test;
 using namespace vexa::test::plain;
@@ -249,7 +250,7 @@ TEST_F(DibContrastIndependent, RampsBetweenTwoLevels)
 
 TEST_F(DibContrastIndependent, MarksWhatOverflows)
 {
-    vexa::displayState().overflowColor = 1;
+    I_SetOverflowColor(1);
     for (const auto& [from, to] : {std::pair{20, 200}, {-1000, -10}, {300, 400}}) {
         Dib d = randomDib(random, 8, 3, 3);
         void* handle = handleOf(d);
@@ -262,7 +263,7 @@ TEST_F(DibContrastIndependent, MarksWhatOverflows)
         setPalette(d, t, t, blue);
         expectDib(d, handle);
     }
-    vexa::displayState().overflowColor = 0;
+    I_SetOverflowColor(0);
 }
 
 TEST_F(DibContrastIndependent, ShowsFalseColours)
