@@ -16,7 +16,7 @@ enum class AlignMode { automatic, smart, search, tiles, none };
 struct AlignSettings {
     AlignMode mode = AlignMode::automatic;
     int32_t maxShift = 12; // pixels each way around the start
-    int32_t tile = 128;    // side of the tiles, for AlignMode::tiles
+    int32_t tile = 256;    // side of the tiles, for AlignMode::automatic and tiles
     VexaPoint start = {0, 0};
 };
 

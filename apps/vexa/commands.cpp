@@ -51,13 +51,14 @@ void writeReport(const InspectionReport& report, const std::string& folder)
     const Pixels boxed = annotated(report.defect.image, report.inspection.defects);
     const Pixels reference = report.reference.image.read();
     const Pixels defect = report.defect.image.read();
+    const Pixels difference = report.inspection.difference.read();
     OutputFiles files(folder);
-    storePng(files, "difference.png", report.inspection.difference);
-    storePng(files, "residue.png", report.inspection.residue);
+    storePng(files, "difference.png", difference);
+    storePng(files, "residue.png", report.inspection.residue.read());
     storePng(files, "defects.png", boxed);
     files.add("defects.csv", asCsv(report));
     files.add("defects.json", asJson(report));
-    files.add("report.html", asHtml(report, {reference, defect, boxed}));
+    files.add("report.html", asHtml(report, {reference, defect, boxed, difference}));
     files.commit();
 }
 

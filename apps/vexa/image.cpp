@@ -1,5 +1,6 @@
 #include "image.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "failure.h"
@@ -84,6 +85,31 @@ Pixels Image::read(int32_t bands) const
     require(I_GetBlockType(0, 0, pixels.cols, pixels.rows, pixels.bytes.data(), number_, typeOf(pixels)) != 0,
             "cannot read an image");
     return pixels;
+}
+
+uint8_t* Image::rowAddress(int32_t y) const
+{
+    auto* address = static_cast<uint8_t*>(I_ImGetPtr(0, y, nullptr, nullptr, number_));
+    require(address != nullptr, "cannot reach the pixels of an image");
+    return address;
+}
+
+uint8_t* Image::row(int32_t y)
+{
+    return rowAddress(y);
+}
+
+const uint8_t* Image::row(int32_t y) const
+{
+    return rowAddress(y);
+}
+
+Pixels Image::cut(const VexaBox& window) const
+{
+    Pixels part(window.right - window.left + 1, window.bottom - window.top + 1, 1);
+    for (int32_t y = 0; y < part.rows; ++y)
+        std::copy_n(row(window.top + y) + window.left, part.cols, part.row(y));
+    return part;
 }
 
 void Image::write(const Pixels& pixels)

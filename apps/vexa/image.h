@@ -50,9 +50,16 @@ public:
     Image converted(int32_t type) const;
     // The pixels as grey bytes, or as blue, green, red where bands is 3.
     Pixels read(int32_t bands = 1) const;
+    // The pixels of a row where they lie.
+    uint8_t* row(int32_t y);
+    const uint8_t* row(int32_t y) const;
+    // A part of a grey image, sides included.
+    Pixels cut(const VexaBox& window) const;
     void write(const Pixels& pixels);
 
 private:
+    uint8_t* rowAddress(int32_t y) const;
+
     int32_t number_ = 0;
     Pixels memory_;
 };

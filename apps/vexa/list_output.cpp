@@ -24,8 +24,8 @@ double rounded(double value, int32_t decimals)
 
 Row columns()
 {
-    return {"number", "x",      "y",    "left",     "top",        "right",      "bottom",
-            "width",  "height", "area", "contrast", "centroid_x", "centroid_y", "value"};
+    return {"number", "x",      "y",    "left",     "top",    "right",      "bottom",
+            "width",  "height", "area", "contrast", "energy", "centroid_x", "centroid_y"};
 }
 
 Row cells(const Defect& defect)
@@ -37,9 +37,9 @@ Row cells(const Defect& defect)
           box.right - box.left + 1, box.bottom - box.top + 1, defect.area})
         row.push_back(std::to_string(number));
     row.push_back(fixed(defect.contrast, 1));
+    row.push_back(fixed(defect.energy, 2));
     row.push_back(fixed(static_cast<double>(defect.centroid.x), 2));
     row.push_back(fixed(static_cast<double>(defect.centroid.y), 2));
-    row.push_back(fixed(defect.value, 2));
     return row;
 }
 
@@ -67,9 +67,9 @@ Json settingsJson(const InspectionReport& report)
 {
     const InspectSettings& settings = report.settings;
     return {{"threshold", settings.threshold},
-            {"tolerance", settings.tolerance},
-            {"min_width", settings.minWidth},
-            {"min_dist", settings.minDistance},
+            {"edge_tolerance", settings.edgeTolerance},
+            {"min_size", settings.minSize},
+            {"merge", settings.merge},
             {"max", settings.most},
             {"sort", sortName(settings.sort)},
             {"offset", {{"x", settings.align.start.x}, {"y", settings.align.start.y}}},
@@ -106,10 +106,10 @@ Json defectJson(const Defect& defect)
             {"height", box.bottom - box.top + 1},
             {"area", defect.area},
             {"contrast", rounded(defect.contrast, 1)},
+            {"energy", rounded(defect.energy, 2)},
             {"centroid",
              {{"x", rounded(static_cast<double>(defect.centroid.x), 2)},
-              {"y", rounded(static_cast<double>(defect.centroid.y), 2)}}},
-            {"value", rounded(defect.value, 2)}};
+              {"y", rounded(static_cast<double>(defect.centroid.y), 2)}}}};
 }
 
 } // namespace
@@ -124,7 +124,7 @@ std::string fixed(double value, int32_t decimals)
 
 const char* sortName(SortBy sort)
 {
-    return sort == SortBy::area ? "area" : "intensity";
+    return sort == SortBy::area ? "area" : sort == SortBy::energy ? "energy" : "intensity";
 }
 
 std::string countSentence(const Inspection& inspection)
@@ -150,10 +150,11 @@ std::string asTable(const InspectionReport& report)
         text += shiftSentence(report.inspection.alignment) + "\n";
     if (report.inspection.defects.empty())
         return text;
-    std::vector<Row> rows = {{"no", "x", "y", "width", "height", "area", "contrast", "centroid"}};
+    std::vector<Row> rows = {{"no", "x", "y", "width", "height", "area", "contrast", "energy", "centroid"}};
     for (const Defect& defect : report.inspection.defects) {
         const Row all = cells(defect);
-        rows.push_back({all[0], all[1], all[2], all[7], all[8], all[9], all[10], all[11] + "," + all[12]});
+        rows.push_back(
+            {all[0], all[1], all[2], all[7], all[8], all[9], all[10], all[11], all[12] + "," + all[13]});
     }
     std::vector<std::size_t> widths(rows.front().size());
     for (const Row& row : rows)
@@ -181,7 +182,7 @@ std::string asJson(const InspectionReport& report)
     for (const Defect& defect : report.inspection.defects)
         defects.push_back(defectJson(defect));
     const Json document = {{"format", "vexa-inspect"},
-                           {"version", 1},
+                           {"version", 2},
                            {"reference", pictureJson(report.reference)},
                            {"defect", pictureJson(report.defect)},
                            {"settings", settingsJson(report)},

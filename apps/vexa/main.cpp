@@ -17,14 +17,15 @@
 namespace
 {
 
-constexpr char kMethod[] = "Method: a pixel counts where one picture is brighter than every pixel of the "
-                           "other within the tolerance, or "
-                           "darker than every one, by the threshold or more; and only where such pixels fill "
-                           "a square of the smallest width. "
-                           "What is left falls into spots; of two spots nearer to each other than the "
-                           "smallest distance the weaker one goes. "
-                           "Each spot is then measured on the plain difference, defect minus reference.\n"
-                           "Exit code: 0 no defect, 1 defects found, 2 bad usage or unreadable input.";
+constexpr char kMethod[] =
+    "Method: the pictures are aligned as a whole, then tile by tile where that fits clearly "
+    "better. A pixel counts where one picture is brighter than every pixel of the "
+    "other within the tolerance, or "
+    "darker than every one, by the threshold or more; and only where such pixels fill "
+    "a square of the smallest size. "
+    "Around each spot of what is left the pictures are aligned anew; near spots become "
+    "one defect, which is measured on the difference there, defect minus reference.\n"
+    "Exit code: 0 no defect, 1 defects found, 2 bad usage or unreadable input.";
 
 const char* const kPictures = "pictures are BMP, PNG, JPEG, TIFF or raw files";
 
@@ -56,6 +57,20 @@ void addAlignOptions(CLI::App& command, app::AlignSettings& settings)
         ->capture_default_str();
 }
 
+// An option with the name that it had before, which help does not tell.
+struct Names {
+    const char* now;
+    const char* before;
+};
+
+void addNumber(CLI::App& command, const Names& names, int32_t& number, const CLI::Range& range,
+               const char* description)
+{
+    CLI::Option* option =
+        command.add_option(names.now, number, description)->check(range)->capture_default_str();
+    command.add_option(names.before, number)->check(range)->group("")->excludes(option);
+}
+
 CLI::App* addInspect(CLI::App& program, app::InspectCommand& command, bool& quiet, bool& verbose)
 {
     CLI::App* inspect =
@@ -67,25 +82,23 @@ CLI::App* addInspect(CLI::App& program, app::InspectCommand& command, bool& quie
     inspect->add_option("--threshold", settings.threshold, "smallest difference in grey levels that counts")
         ->check(CLI::Range(1, 127))
         ->capture_default_str();
-    inspect->add_option("--tolerance", settings.tolerance, "pixels by which an edge may be off")
-        ->check(CLI::Range(0, 50))
-        ->capture_default_str();
-    inspect
-        ->add_option("--min-width", settings.minWidth, "side of the smallest square of a defect, in pixels")
-        ->check(CLI::Range(1, 100))
-        ->capture_default_str();
-    inspect->add_option("--min-dist", settings.minDistance, "smallest distance of two defects, in pixels")
-        ->check(CLI::Range(0, 100000))
-        ->capture_default_str();
+    addNumber(*inspect, {"--edge-tolerance", "--tolerance"}, settings.edgeTolerance, {0, 50},
+              "pixels by which an edge may be off");
+    addNumber(*inspect, {"--min-size", "--min-width"}, settings.minSize, {1, 100},
+              "side of the smallest square that a defect fills, in pixels");
+    addNumber(*inspect, {"--merge", "--min-dist"}, settings.merge, {0, 10000},
+              "spots up to twice so many pixels apart are one defect");
     inspect->add_option("--max", settings.most, "most entries of the list")
         ->check(CLI::Range(1, 20000))
         ->capture_default_str();
     inspect
         ->add_option("--sort", settings.sort,
-                     "order of the list, largest first: area (summed contrast) or intensity")
-        ->transform(CLI::CheckedTransformer(std::map<std::string, app::SortBy>{
-            {"area", app::SortBy::area}, {"intensity", app::SortBy::intensity}}))
-        ->type_name("area|intensity");
+                     "order of the list, largest first: area, intensity (mean contrast) or energy")
+        ->transform(
+            CLI::CheckedTransformer(std::map<std::string, app::SortBy>{{"area", app::SortBy::area},
+                                                                       {"intensity", app::SortBy::intensity},
+                                                                       {"energy", app::SortBy::energy}}))
+        ->type_name("area|intensity|energy");
     inspect
         ->add_option_function<std::vector<int32_t>>(
             "--offset",

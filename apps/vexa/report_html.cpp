@@ -111,9 +111,9 @@ std::string facts(const InspectionReport& report)
     text += row("Window inspected", boxText(report.inspection.window));
     text += "</table></div>\n<div><h2>Settings</h2><table>\n";
     text += row("Threshold", std::to_string(settings.threshold) + " grey levels");
-    text += row("Edge tolerance", std::to_string(settings.tolerance) + " pixels");
-    text += row("Smallest width", std::to_string(settings.minWidth) + " pixels");
-    text += row("Smallest distance", std::to_string(settings.minDistance) + " pixels");
+    text += row("Edge tolerance", std::to_string(settings.edgeTolerance) + " pixels");
+    text += row("Smallest size", std::to_string(settings.minSize) + " pixels");
+    text += row("Merged up to", std::to_string(2 * settings.merge) + " pixels apart");
     text += row("Alignment", shiftSentence(report.inspection.alignment));
     for (const std::string& warning : report.inspection.alignment.warnings)
         text += row("Warning", warning);
@@ -127,12 +127,12 @@ std::string figure(const Pixels& pixels, const std::string& caption)
            caption + "</figcaption></figure>\n";
 }
 
-std::string views(const InspectionReport& report, const ReportPictures& pictures)
+std::string views(const ReportPictures& pictures)
 {
     return "<section><h2>Overview</h2>\n<div class=\"views\">\n" +
            figure(pictures.annotated, "Defect picture, defects boxed and numbered") + "<div>\n" +
            figure(pictures.reference, "Reference") +
-           figure(report.inspection.difference, "Difference: light where brighter than the reference") +
+           figure(pictures.difference, "Difference: light where brighter than the reference") +
            "</div></div></section>\n";
 }
 
@@ -140,7 +140,8 @@ std::string table(const std::vector<Defect>& defects)
 {
     std::string text =
         "<section><h2>List</h2>\n<table class=\"list\"><thead><tr><th>No.</th><th>Left</th><th>Top</th>"
-        "<th>Width</th><th>Height</th><th>Area<br>px</th><th>Contrast<br>levels</th><th>Centroid x</th>"
+        "<th>Width</th><th>Height</th><th>Area<br>px</th><th>Contrast<br>levels</th><th>Energy</th>"
+        "<th>Centroid x</th>"
         "<th>Centroid y</th></tr></thead>\n<tbody>\n";
     for (std::size_t i = 0; i < defects.size(); ++i) {
         const Defect& defect = defects[i];
@@ -151,6 +152,7 @@ std::string table(const std::vector<Defect>& defects)
              {box.left, box.top, box.right - box.left + 1, box.bottom - box.top + 1, defect.area})
             text += "</td><td>" + std::to_string(value);
         text += "</td><td>" + fixed(defect.contrast, 1);
+        text += "</td><td>" + fixed(defect.energy, 2);
         text += "</td><td>" + fixed(static_cast<double>(defect.centroid.x), 2);
         text += "</td><td>" + fixed(static_cast<double>(defect.centroid.y), 2) + "</td></tr>\n";
     }
@@ -194,16 +196,17 @@ std::string crop(const Pixels& pixels, const VexaBox& window, const VexaBox& box
            "</figcaption></figure>\n";
 }
 
-std::string entry(const Defect& defect, const InspectionReport& report, const ReportPictures& pictures)
+std::string entry(const Defect& defect, const ReportPictures& pictures)
 {
     const VexaBox window = cropWindow(defect.box, pictures.defect);
     const std::string number = std::to_string(defect.number);
     return "<div class=\"entry\" id=\"d" + number + "\"><h3>Defect " + number + "<span>" +
            (defect.contrast < 0.0 ? "darker" : "brighter") + ", area " + std::to_string(defect.area) +
-           " px, contrast " + fixed(defect.contrast, 1) + "</span></h3>\n<div class=\"crops\">\n" +
+           " px, contrast " + fixed(defect.contrast, 1) + ", energy " + fixed(defect.energy, 2) +
+           "</span></h3>\n<div class=\"crops\">\n" +
            crop(pictures.reference, window, defect.box, "reference") +
            crop(pictures.defect, window, defect.box, "defect") +
-           crop(report.inspection.difference, window, defect.box, "difference") + "</div></div>\n";
+           crop(pictures.difference, window, defect.box, "difference") + "</div></div>\n";
 }
 
 std::string entries(const InspectionReport& report, const ReportPictures& pictures)
@@ -214,7 +217,7 @@ std::string entries(const InspectionReport& report, const ReportPictures& pictur
         text += "<p class=\"note\">The first " + std::to_string(kMostCrops) + " of the list are shown.</p>\n";
     text += "<div class=\"entries\">\n";
     for (std::size_t i = 0; i < std::min(defects.size(), kMostCrops); ++i)
-        text += entry(defects[i], report, pictures);
+        text += entry(defects[i], pictures);
     return text + "</div></section>\n";
 }
 
@@ -230,13 +233,14 @@ std::string asHtml(const InspectionReport& report, const ReportPictures& picture
     text += "</style></head>\n<body><main>\n<header><div><h1>Inspection report</h1><p>" + timeText() +
             "</p></div><div class=\"verdict " + (pass ? "pass" : "fail") + "\">" +
             countSentence(report.inspection) + "</div></header>\n";
-    text += facts(report) + views(report, pictures);
+    text += facts(report) + views(pictures);
     if (!pass)
         text += table(report.inspection.defects) + entries(report, pictures);
-    text += "<footer>Made by vexa " + std::string(vexaVersion()) +
-            ". Area, box, contrast and centroid are measured on the difference picture; coordinates are "
-            "pixels of the "
-            "defect picture, (0, 0) at the top left.</footer>\n</main></body></html>\n";
+    text +=
+        "<footer>Made by vexa " + std::string(vexaVersion()) +
+        ". Area, box, contrast, energy and centroid are measured on the difference picture; coordinates are "
+        "pixels of the "
+        "defect picture, (0, 0) at the top left.</footer>\n</main></body></html>\n";
     return text;
 }
 

@@ -14,6 +14,7 @@ struct ReportPictures {
     const Pixels& reference;
     const Pixels& defect;
     const Pixels& annotated;
+    const Pixels& difference;
 };
 
 std::string asHtml(const InspectionReport& report, const ReportPictures& pictures);

@@ -42,9 +42,13 @@ TEST_F(Inspect, MeasuresTheOneDefect)
     EXPECT_EQ("", outcome.err);
     const json document = json::parse(outcome.out);
     EXPECT_EQ("vexa-inspect", document.at("format"));
-    EXPECT_EQ(1, document.at("version"));
+    EXPECT_EQ(2, document.at("version"));
     EXPECT_EQ(1, document.at("found"));
-    EXPECT_EQ(30, document.at("settings").at("threshold"));
+    const json& settings = document.at("settings");
+    EXPECT_EQ(30, settings.at("threshold"));
+    EXPECT_EQ(2, settings.at("edge_tolerance"));
+    EXPECT_EQ(3, settings.at("min_size"));
+    EXPECT_EQ(3, settings.at("merge"));
     EXPECT_EQ(reference, document.at("reference").at("file"));
     ASSERT_EQ(1U, document.at("defects").size());
     const json entry = document.at("defects").at(0);
@@ -54,7 +58,9 @@ TEST_F(Inspect, MeasuresTheOneDefect)
     EXPECT_EQ(100.0, entry.at("contrast"));
     EXPECT_EQ(47.0, entry.at("centroid").at("x"));
     EXPECT_EQ(41.5, entry.at("centroid").at("y"));
-    EXPECT_EQ(20 * 100 / 50.0, entry.at("value"));
+    EXPECT_EQ(3.33, entry.at("energy")) << "the root of 20 x 100 / 180";
+    EXPECT_EQ(45, entry.at("x"));
+    EXPECT_EQ(40, entry.at("y"));
 }
 
 TEST_F(Inspect, DarkerDefectsHaveNegativeContrast)
@@ -76,11 +82,11 @@ TEST_F(Inspect, EqualPicturesHaveNoDefect)
 TEST_F(Inspect, PrintsTableAndCsv)
 {
     EXPECT_EQ("1 defect\n"
-              "no   x   y  width  height  area  contrast     centroid\n"
-              " 1  45  40      5       4    20     100.0  47.00,41.50\n",
+              "no   x   y  width  height  area  contrast  energy     centroid\n"
+              " 1  45  40      5       4    20     100.0    3.33  47.00,41.50\n",
               run({"inspect", reference, defect, "--align", "none"}).out);
-    EXPECT_EQ("number,x,y,left,top,right,bottom,width,height,area,contrast,centroid_x,centroid_y,value\n"
-              "1,45,40,45,40,49,43,5,4,20,100.0,47.00,41.50,40.00\n",
+    EXPECT_EQ("number,x,y,left,top,right,bottom,width,height,area,contrast,energy,centroid_x,centroid_y\n"
+              "1,45,40,45,40,49,43,5,4,20,100.0,3.33,47.00,41.50\n",
               run({"inspect", reference, defect, "--format", "csv"}).out);
 }
 
@@ -89,9 +95,11 @@ TEST_F(Inspect, AnEdgeWithinTheToleranceIsNoDefect)
     writeGreyPng(defect, 100, 80, [](int32_t x, int32_t y) { return plate(x + 2, y - 1); });
     EXPECT_EQ(0, run({"inspect", reference, defect, "--align", "none"}).code);
     EXPECT_EQ(
-        1, run({"inspect", reference, defect, "--align=none", "--tolerance", "0", "--min-width", "1"}).code);
+        1,
+        run({"inspect", reference, defect, "--align=none", "--edge-tolerance", "0", "--min-size", "1"}).code);
     EXPECT_EQ(
-        1, run({"inspect", reference, defect, "--align=none", "--tolerance", "0", "--min-width", "2"}).code);
+        1,
+        run({"inspect", reference, defect, "--align=none", "--edge-tolerance", "0", "--min-size", "2"}).code);
 }
 
 TEST_F(Inspect, TheOffsetSaysWhereTheReferenceIsRead)
@@ -99,8 +107,8 @@ TEST_F(Inspect, TheOffsetSaysWhereTheReferenceIsRead)
     writeGreyPng(defect, 100, 80, [](int32_t x, int32_t y) { return plate(x + 9, y - 8); });
     EXPECT_EQ(1, run({"inspect", reference, defect, "--align", "none"}).code);
     EXPECT_EQ(0, run({"inspect", reference, defect, "--align", "none", "--offset", "9,-8"}).code);
-    EXPECT_EQ(0, run({"inspect", reference, defect, "--align=none", "--offset=9,-8", "--tolerance", "0",
-                      "--min-width", "1"})
+    EXPECT_EQ(0, run({"inspect", reference, defect, "--align=none", "--offset=9,-8", "--edge-tolerance", "0",
+                      "--min-size", "1"})
                      .code);
 }
 
@@ -133,8 +141,8 @@ TEST_F(Inspect, ThresholdAndWidthAreLimits)
 {
     EXPECT_EQ(1, run({"inspect", reference, defect, "--threshold", "100"}).code);
     EXPECT_EQ(0, run({"inspect", reference, defect, "--threshold", "101"}).code);
-    EXPECT_EQ(1, run({"inspect", reference, defect, "--min-width", "4"}).code);
-    EXPECT_EQ(0, run({"inspect", reference, defect, "--min-width", "5"}).code);
+    EXPECT_EQ(1, run({"inspect", reference, defect, "--min-size", "4"}).code);
+    EXPECT_EQ(0, run({"inspect", reference, defect, "--min-size", "5"}).code);
 }
 
 // Three spots: small and strong, large and weak, and a weak one near the large one.
@@ -146,7 +154,7 @@ int32_t spots(int32_t x, int32_t y)
     return plate(x, y) - (strong ? 120 : large ? 50 : near ? 60 : 0);
 }
 
-TEST_F(Inspect, SortsCutsAndThinsOut)
+TEST_F(Inspect, SortsCutsAndMerges)
 {
     writeGreyPng(defect, 100, 80, spots);
     const auto lefts = [&](const std::vector<std::string>& options) {
@@ -158,11 +166,12 @@ TEST_F(Inspect, SortsCutsAndThinsOut)
             result.push_back(entry.at("box").at("left"));
         return result;
     };
-    EXPECT_THAT(lefts({}), ElementsAre(80, 5, 80));
-    EXPECT_THAT(lefts({"--sort", "intensity"}), ElementsAre(5, 80, 80));
-    EXPECT_THAT(lefts({"--min-dist", "25"}), ElementsAre(80, 5));
+    EXPECT_THAT(lefts({}), ElementsAre(80, 5)) << "the near one belongs to the large one";
+    EXPECT_THAT(lefts({"--merge", "1"}), ElementsAre(80, 5, 80));
+    EXPECT_THAT(lefts({"--merge", "1", "--sort", "intensity"}), ElementsAre(5, 80, 80));
+    EXPECT_THAT(lefts({"--merge", "1", "--sort", "energy"}), ElementsAre(80, 5, 80));
     EXPECT_THAT(lefts({"--max", "1"}), ElementsAre(80));
-    EXPECT_EQ("3 defects, 1 listed", run({"inspect", reference, defect, "--max", "1"}).out.substr(0, 19));
+    EXPECT_EQ("2 defects, 1 listed", run({"inspect", reference, defect, "--max", "1"}).out.substr(0, 19));
 }
 
 TEST_F(Inspect, WritesTheWholeReport)
