@@ -9,6 +9,8 @@
 #include "align/tile_table.h"
 #include "core/image_table.h"
 #include "core/roi.h"
+#include "measure/byte_sums.h"
+#include "measure/histogram_sums.h"
 #include "support/buffer.h"
 #include "support/numbers.h"
 #include "vexalib/align1d.h"
@@ -254,16 +256,26 @@ private:
     float subtractAt(const Tile& tile, Place place)
     {
         const int32_t rowBytes = tile.width * in_.bytes;
+        // Sums of bytes tell the deviation of a histogram, as long as no 32-bit product of one would wrap.
+        const bool isSummed = int64_t{rowBytes} * tile.height <= INT32_MAX / 255;
+        ByteSums bytes;
         uint32_t histogram[256];
         for (int32_t y = 0; y < tile.height; ++y) {
             uint8_t* out = differenceRow(tile, place, y);
             tileRows().subtract(buffers_.tile() + int64_t{y} * rowBytes, referenceRow(tile, place, y),
                                 rowBytes, in_.clipMode == kHalfSignedClipMode, out);
-            I_HistBuf(out, rowBytes, histogram, y == 0);
+            if (isSummed)
+                addBytes(out, rowBytes, bytes);
+            else
+                I_HistBuf(out, rowBytes, histogram, y == 0);
         }
-        int32_t low = 0, high = 0;
-        float mean = 0.0F, deviation = 0.0F;
-        I_HistStats(histogram, 0, 255, &low, &high, &mean, &deviation);
+        float deviation = 0.0F;
+        if (isSummed)
+            finishHistStats({static_cast<uint32_t>(bytes.count), static_cast<double>(bytes.sum),
+                             static_cast<double>(bytes.squares)},
+                            nullptr, &deviation);
+        else
+            I_HistStats(histogram, 0, 255, nullptr, nullptr, nullptr, &deviation);
         return deviation;
     }
 

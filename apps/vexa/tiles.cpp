@@ -1,6 +1,7 @@
 #include "tiles.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdlib>
 #include <utility>
 #include <vector>
@@ -14,16 +15,19 @@ namespace app
 namespace
 {
 
-constexpr int32_t kRange = 8;           // pixels that a tile may be off
-constexpr int32_t kMargin = kRange + 4; // around a tile, so that its own pixels have a source
+constexpr int32_t kRange = 8;           // pixels that a tile may be off, if so large a shift is looked for
+constexpr int32_t kMargin = kRange + 4; // around what is compared, so that it has a source
+constexpr int32_t kLeastSeen =
+    192; // side of what is compared: a defect must not be all that a small tile shows
 constexpr float kGoodQuality = 0.5F;
-// A tile moves where that leaves less than this part of the difference. A defect alone does not achieve that: what it
-// counts is limited to the threshold.
+// A tile moves where that leaves less than this part of what stands out of the noise. A defect alone does not achieve
+// that: it counts no more than an edge that is off.
 constexpr double kClearlyBetter = 0.7;
 
 struct Tile {
     VexaBox box;     // of the tile in the picture
-    VexaBox context; // with the margin
+    VexaBox seen;    // what is compared
+    VexaBox context; // with a margin for moves
     Pixels pixels;   // the reference in its context, moved
 };
 
@@ -33,37 +37,40 @@ VexaBox widened(const VexaBox& box, int32_t by, const VexaBox& within)
             std::min(box.right + by, within.right), std::min(box.bottom + by, within.bottom)};
 }
 
-// The sum of differences in a tile, each limited.
-int64_t limitedDifference(const Tile& tile, const Image& defect, int32_t limit)
+// The sum of what differences have above a third of the threshold, each counted up to the threshold.
+int64_t misfit(const Tile& tile, const Image& defect, int32_t threshold)
 {
+    const int32_t noise = threshold / 3, cols = tile.seen.right - tile.seen.left + 1;
     int64_t sum = 0;
-    const int32_t left = tile.box.left - tile.context.left;
-    for (int32_t y = tile.box.top; y <= tile.box.bottom; ++y) {
-        const uint8_t* a = defect.row(y) + tile.box.left;
-        const uint8_t* b = tile.pixels.row(y - tile.context.top) + left;
+    for (int32_t y = tile.seen.top; y <= tile.seen.bottom; ++y) {
+        const uint8_t* a = defect.row(y) + tile.seen.left;
+        const uint8_t* b = tile.pixels.row(y - tile.context.top) + tile.seen.left - tile.context.left;
         int32_t row = 0;
-        for (int32_t x = 0; x <= tile.box.right - tile.box.left; ++x)
-            row += std::min(std::abs(a[x] - b[x]), limit);
+        for (int32_t x = 0; x < cols; ++x)
+            row += std::clamp(std::abs(a[x] - b[x]) - noise, 0, threshold - noise);
         sum += row;
     }
     return sum;
 }
 
-// Moves a tile's pixels to where they fit: by whole pixels first, then by a fraction.
-void fit(Tile& tile, const Image& defect)
+// Moves a tile's pixels to where they fit: by whole pixels first, then by a fraction. False where that is out of reach.
+bool fit(Tile& tile, const Image& defect, const AlignSettings& settings)
 {
     const Image moved{std::move(tile.pixels)};
     const int32_t cols = moved.cols(), rows = moved.rows();
     const Image target{defect.cut(tile.context)};
+    const int32_t range = std::min(kRange, settings.maxShift);
     float dx = 0.0F, dy = 0.0F, qualX = 0.0F, qualY = 0.0F;
     I_ImageAlign1D(target.number(), moved.number(), kMargin, kMargin, cols - 2 * kMargin, rows - 2 * kMargin,
-                   kRange, kRange, &dx, &dy, &qualX, &qualY);
+                   range, range, &dx, &dy, &qualX, &qualY);
     VexaPointF offset = {qualX > kGoodQuality ? -static_cast<float>(Rnd(dx)) : 0.0F,
                          qualY > kGoodQuality ? -static_cast<float>(Rnd(dy)) : 0.0F};
     constexpr int32_t kOneTile = 0, kKeepRest = -1;
     I_AlignSubtract1(target.number(), moved.number(), 0, &offset, kOneTile, kKeepRest);
     I_SetError(0, "");
     tile.pixels = moved.read();
+    return std::fabs(offset.x) <= static_cast<float>(range) + 0.5F &&
+           std::fabs(offset.y) <= static_cast<float>(range) + 0.5F;
 }
 
 void put(const Tile& tile, const Image& defect, Underlaid& under)
@@ -94,11 +101,13 @@ void alignTiles(Underlaid& under, const Image& defect, const InspectSettings& se
                         std::min(top + side - 1, window.bottom)};
             if (!anyPasses(under.difference, tile.box, settings.threshold))
                 continue;
-            tile.context = widened(tile.box, kMargin, picture);
+            tile.seen = widened(tile.box, std::max(0, (kLeastSeen - side) / 2), window);
+            tile.context = widened(tile.seen, kMargin, picture);
             tile.pixels = under.reference.cut(tile.context);
-            const int64_t before = limitedDifference(tile, defect, settings.threshold);
-            fit(tile, defect);
-            const int64_t after = limitedDifference(tile, defect, settings.threshold);
+            const int64_t before = misfit(tile, defect, settings.threshold);
+            if (!fit(tile, defect, settings.align))
+                continue;
+            const int64_t after = misfit(tile, defect, settings.threshold);
             if (settings.align.mode == AlignMode::tiles ||
                 static_cast<double>(after) < kClearlyBetter * static_cast<double>(before))
                 better.push_back(std::move(tile));
