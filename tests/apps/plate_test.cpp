@@ -355,8 +355,8 @@ TEST(PlatePattern, ArraysHaveTheirPitchAndDuty)
 
 TEST(PlatePattern, EverySizeHasStructureBothWays)
 {
-    for (const int32_t size : {64, 100, 128, 255, 256, 512})
-        for (uint64_t seed = 1; seed <= 20; ++seed) {
+    for (const int32_t size : {64, 100, 128, 255, 256})
+        for (uint64_t seed = 1; seed <= 10; ++seed) {
             PlateSettings settings;
             settings.seed = seed;
             settings.pattern.size = size;

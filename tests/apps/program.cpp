@@ -55,15 +55,6 @@ std::vector<Sample> samplesOf(int32_t cols, int32_t rows, const std::vector<Grey
     return samples;
 }
 
-bool centreInside(const Box& inner, const Box& outer)
-{
-    constexpr double kGrown = 5.0;
-    const double x = (inner.left + inner.right) / 2.0;
-    const double y = (inner.top + inner.bottom) / 2.0;
-    return x >= outer.left - kGrown && x <= outer.right + kGrown && y >= outer.top - kGrown &&
-           y <= outer.bottom + kGrown;
-}
-
 } // namespace
 
 Scratch::Scratch()
@@ -194,17 +185,6 @@ GreyPicture readPng(const std::string& name)
 Box boxOf(const nlohmann::json& box)
 {
     return {box.at("left"), box.at("top"), box.at("right"), box.at("bottom")};
-}
-
-void Score::add(const std::vector<Box>& boxes, const std::vector<Box>& truth)
-{
-    const auto meet = [](const Box& a, const Box& b) { return centreInside(a, b) || centreInside(b, a); };
-    for (const Box& one : truth)
-        found += std::any_of(boxes.begin(), boxes.end(), [&](const Box& box) { return meet(box, one); });
-    for (const Box& box : boxes)
-        right += std::any_of(truth.begin(), truth.end(), [&](const Box& one) { return meet(box, one); });
-    truths += static_cast<int32_t>(truth.size());
-    listed += static_cast<int32_t>(boxes.size());
 }
 
 std::vector<Box> inspectedBoxes(const std::string& reference, const std::string& defect)

@@ -11,6 +11,8 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include "tests/apps/score.h"
+
 namespace vexa::test
 {
 
@@ -67,24 +69,7 @@ struct GreyPicture {
 // Decodes a PNG to grey; without pixels where it is none.
 GreyPicture readPng(const std::string& name);
 
-struct Box {
-    double left, top, right, bottom;
-};
 Box boxOf(const nlohmann::json& box);
-
-// How well listed boxes meet true ones: a defect is found when the centre of a listed box lies in its true box grown by
-// five pixels, or the other way round; a listed box that finds nothing is a false alarm.
-struct Score {
-    int32_t found = 0;
-    int32_t truths = 0;
-    int32_t right = 0;
-    int32_t listed = 0;
-
-    void add(const std::vector<Box>& boxes, const std::vector<Box>& truth);
-    double recall() const { return truths == 0 ? 1.0 : static_cast<double>(found) / truths; }
-    double precision() const { return listed == 0 ? 1.0 : static_cast<double>(right) / listed; }
-    double f() const { return 2.0 * recall() * precision() / (recall() + precision()); }
-};
 
 // The boxes that the program lists for a pair of pictures with its defaults.
 std::vector<Box> inspectedBoxes(const std::string& reference, const std::string& defect);
