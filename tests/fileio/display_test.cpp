@@ -254,6 +254,45 @@ TEST_F(LiteralDisplay, SizesOfTheTargetBelowOneCountFromTheImage)
     EXPECT_THAT(targetOf(display.drawings.at(1)), ElementsAre(0, 0, 10, 60));
 }
 
+// The DIB of a part: a copy of what is left of it, or the whole image reduced and cut to the target.
+TEST_F(LiteralDisplay, PartsAreCopiedOrReducedAsDescribed)
+{
+    const int32_t im = noiseImage(70, 50, 11);
+    std::mt19937 random(3);
+    const auto between = [&random](int32_t low, int32_t high) {
+        return low + static_cast<int32_t>(random() % static_cast<uint32_t>(high - low + 1));
+    };
+    int32_t reduced = 0;
+    for (int32_t round = 0; round < 400; ++round) {
+        const bool atCorner = round % 3 != 0;
+        const int32_t x = atCorner ? 0 : between(-3, 60), y = atCorner ? 0 : between(-3, 40);
+        const int32_t width = between(0, 70), height = between(0, 50);
+        const int32_t targetWidth = between(1, 90), targetHeight = between(1, 70);
+        display.drawings.clear();
+        DisplayImageStretch(&context, im, x, y, width, height, 1, 2, targetWidth, targetHeight);
+        ASSERT_EQ(1U, display.drawings.size());
+        const Drawing& d = display.drawings[0];
+        EXPECT_THAT(targetOf(d), ElementsAre(1, 2, targetWidth, targetHeight));
+        EXPECT_THAT(sourceOf(d), ElementsAre(0, 0, d.cols, d.rows));
+        const int32_t cols = width == 0 ? 70 : width, rows = height == 0 ? 50 : height;
+        if (x == 0 && y == 0 && cols > targetWidth && rows > targetHeight) {
+            ++reduced;
+            const auto wide = static_cast<int32_t>(std::floor(69.0 * targetWidth / cols + 0.5));
+            const auto high = static_cast<int32_t>(std::floor(49.0 * targetHeight / rows + 0.5));
+            EXPECT_EQ(std::clamp(wide, 1, targetWidth), d.cols) << round;
+            EXPECT_EQ(std::clamp(high, 1, targetHeight), d.rows) << round;
+            continue;
+        }
+        const int32_t left = std::max(x, 0), top = std::max(y, 0);
+        ASSERT_EQ(std::min(cols, 70 - left), d.cols) << round;
+        ASSERT_EQ(std::min(rows, 50 - top), d.rows) << round;
+        for (int32_t row = 0; row < d.rows; ++row)
+            for (int32_t col = 0; col < d.cols; ++col)
+                ASSERT_EQ(pixel(im, left + col, top + row), d.at(col, row)) << round;
+    }
+    EXPECT_GT(reduced, 20);
+}
+
 // --- two images
 
 TEST_F(LiteralDisplay, Image2ShowsOneBelowTheOther)
