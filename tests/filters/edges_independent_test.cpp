@@ -237,7 +237,8 @@ TEST(IndependentEdges, MeasuresGradients)
         dst.inverted = between(random, 0, 4) == 0;
         if (relation == 3) {
             dst.type = types[random() % 7];
-            dst.cols += between(random, 0, 4);
+            dst.cols = std::max(1, dst.cols + between(random, -4, 4));
+            dst.rows = std::max(1, dst.rows + between(random, -4, 4));
         }
         const int32_t step = between(random, -1, 4);
         const float threshold =
@@ -293,6 +294,9 @@ TEST(IndependentEdges, KnowsTheListedCases)
     EXPECT_EQ(count, -1);
     EXPECT_EQ(I_Gradient(-250, out, 1, 1, nullptr, &count), 0.0f);
     EXPECT_EQ(I_PeakGradient(-250, out, 1, 1, nullptr, &count), 0.0f);
+    I_SetError(12, "pending error");
+    I_PeakGradient(flat, 0, 1, 1, nullptr, nullptr);
+    EXPECT_EQ(I_GetError(nullptr, 0), 0); // presented
     const int32_t ramp = byteImage(9, 9, [](int32_t x, int32_t) { return 10 * x; });
     // Each magnitude is 10: strong at 10, not at 10.5, which is Rnd 11.
     EXPECT_FLOAT_EQ(I_Gradient(ramp, 0, 1, 10.4f, nullptr, &count), std::sqrt(10.0f));

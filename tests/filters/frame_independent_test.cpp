@@ -60,7 +60,8 @@ TEST(IndependentFrame, ShowsItsRowFunctionWhatIsDescribed)
     compare(options, [&](Random& random, std::string& name) {
         const int32_t M = between(random, 1, 9), N = between(random, 1, 9);
         const int32_t type =
-            std::vector<int32_t>{PIX_BYTE, PIX_FLOAT, PIX_WORD, PIX_DWORD, PIX_COMPLEX}[random() % 5];
+            std::vector<int32_t>{PIX_BYTE,    PIX_FLOAT, PIX_WORD,   PIX_DWORD,
+                                 PIX_COMPLEX, PIX_BGR24, PIX_DFLOAT, PIX_PALETTE}[random() % 8];
         name = std::to_string(M) + "x" + std::to_string(N) + " as " + std::to_string(type);
         seen = told = {};
         return std::pair<Operation, Operation>(
@@ -236,6 +237,30 @@ TEST(IndependentFrame, KeepsItsBorderState)
     EXPECT_EQ(corner(), std::pair(7, 44));
     EXPECT_EQ(I_SetBorderMode(-1, nullptr, 4), 300);
     closeImages({im, out});
+}
+
+TEST(IndependentFrame, ConvertsItsBorderOnceForAllBands)
+{
+    const auto corner = [](int32_t im, int32_t out) {
+        I_Dilate(im, out, 1);
+        uint8_t bytes[3] = {};
+        I_GetBlockType(0, 0, 1, 1, bytes, out, I_ImGetType(out));
+        return std::vector<int32_t>(bytes, bytes + (I_ImGetType(out) == PIX_BGR24 ? 3 : 1));
+    };
+    const int32_t grey = byteImage(6, 5), color = image(6, 5, PIX_BGR24), out = image(6, 5, PIX_BGR24);
+    const uint8_t bgr[] = {10, 20, 60};
+    const float pair[] = {30, 40};
+    I_SetROIType(0);
+    I_SetBorderMode(1, bgr, PIX_BGR24);
+    EXPECT_THAT(corner(grey, grey), testing::ElementsAre(30)); // the mean
+    EXPECT_THAT(corner(color, out), testing::ElementsAre(30, 30, 30));
+    I_SetColorBand(0);
+    EXPECT_THAT(corner(color, out), testing::ElementsAre(30, 30, 60)); // red, into red
+    I_SetColorBand(-1);
+    I_SetBorderMode(1, pair, PIX_COMPLEX);
+    EXPECT_THAT(corner(color, out), testing::ElementsAre(50, 50, 50));
+    I_SetBorderMode(-1, nullptr, 0);
+    closeImages({grey, color, out});
 }
 
 TEST(IndependentFrame, MeasuresCommonSizes)

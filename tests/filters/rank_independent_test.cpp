@@ -231,6 +231,8 @@ int32_t deflicker(int32_t src, int32_t dst, int32_t mode)
 TEST(IndependentRank, FiltersByCode)
 {
     const auto draw = [](Random& random, std::string& told, bool sharpens) {
+        if (sharpens && I_GetClipMode() == 7)
+            I_SetClipMode(1);
         static float param[2];
         const int32_t M = between(random, 1, 9), N_ = between(random, 1, 9), drawn = between(random, 0, 12),
                       op = sharpens                    ? drawn % 2 * 10
@@ -254,6 +256,7 @@ TEST(IndependentRank, FiltersByCode)
     options.tries = 600;
     options.clips = true;
     compare(options, [=](Random& random, std::string& told) { return draw(random, told, false); });
+    options.types = {PIX_BYTE, PIX_FLOAT, PIX_FLOAT, PIX_DFLOAT, PIX_BGR24};
     options.tolerance = 1e-4; // sums of large numbers that were written in place
     compare(options, [=](Random& random, std::string& told) { return draw(random, told, true); });
 }

@@ -99,8 +99,15 @@ int32_t shiftSharpen(int32_t src, int32_t dst, float dx, float dy, float s)
     std::vector<uint8_t> in(static_cast<std::size_t>(cols * rows * bytes)), out = in;
     const int32_t x0 = ix + left - 1, y0 = iy + top - 1;
     I_GetBlockType(x0, y0, cols, rows, in.data(), src, type);
-    I_CopyBorder(in.data(), bytes, cols * bytes, rows, std::max(0, -x0), std::max(0, -y0),
-                 std::min(cols, W - x0) - 1, std::min(rows, H - y0) - 1);
+    int32_t first = std::max(0, -y0), last = std::min(rows, H - y0) - 1, inverted = 0;
+    I_ImGetParam(&inverted, 0, 19, src);
+    if (inverted) { // the block has its rows reversed
+        std::swap(first, last);
+        first = rows - 1 - first;
+        last = rows - 1 - last;
+    }
+    I_CopyBorder(in.data(), bytes, cols * bytes, rows, std::max(0, -x0), first, std::min(cols, W - x0) - 1,
+                 last);
     if (type == PIX_FLOAT) {
         std::vector<float> a(static_cast<std::size_t>(cols * rows)), b = a;
         std::memcpy(a.data(), in.data(), in.size());
@@ -124,24 +131,17 @@ float drawnShift(Random& random)
 TEST(IndependentShift, ShiftsImages)
 {
     Random random(11);
-    const std::vector<int32_t> types = {PIX_BYTE,  PIX_BYTE,  PIX_FLOAT, PIX_WORD, PIX_DWORD,
-                                        PIX_BGR24, PIX_RGB24, PIX_BGR32, PIX_RGB32};
+    const std::vector<int32_t> types = {PIX_BYTE,  PIX_BYTE,   PIX_FLOAT,  PIX_WORD,  PIX_DWORD,
+                                        PIX_BGR24, PIX_RGB24,  PIX_BGR32,  PIX_RGB32, PIX_PALETTE,
+                                        PIX_BGR16, PIX_DFLOAT, PIX_COMPLEX};
     for (int32_t k = 0; k < 500; ++k) {
         const int32_t type = types[random() % types.size()],
                       other = between(random, 0, 1) ? type : types[random() % types.size()];
-        const Shape src{between(random, 1, 40),
-                        between(random, 1, 20),
-                        type,
-                        between(random, 0, 3) == 0,
-                        false,
-                        false,
+        const Shape src{between(random, 1, 40),         between(random, 1, 20),     type,
+                        between(random, 0, 3) == 0,     between(random, 0, 5) == 0, false,
                         static_cast<uint32_t>(random())};
-        const Shape dst{between(random, 1, 40),
-                        between(random, 1, 20),
-                        other,
-                        between(random, 0, 3) == 0,
-                        false,
-                        false,
+        const Shape dst{between(random, 1, 40),         between(random, 1, 20),     other,
+                        between(random, 0, 3) == 0,     between(random, 0, 5) == 0, false,
                         static_cast<uint32_t>(random())};
         const bool inPlace = between(random, 0, 3) == 0;
         const float dx = drawnShift(random), dy = drawnShift(random),
