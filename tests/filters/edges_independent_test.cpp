@@ -25,8 +25,11 @@ template <typename T>
 int64_t sobelSum(const Call& c, int32_t i)
 {
     const auto v = nine<T>(c, i);
-    const auto gx = static_cast<int64_t>(2 * v[W] - 2 * v[E] + v[NW] + v[SW] - v[NE] - v[SE]);
-    const auto gy = static_cast<int64_t>(2 * v[N] - 2 * v[S] + v[NE] + v[NW] - v[SE] - v[SW]);
+    const auto d = [&](int k) { return static_cast<double>(v[static_cast<std::size_t>(k)]); };
+    const auto gx =
+        static_cast<int64_t>(static_cast<float>(2 * d(W) - 2 * d(E) + d(NW) + d(SW) - d(NE) - d(SE)));
+    const auto gy =
+        static_cast<int64_t>(static_cast<float>(2 * d(N) - 2 * d(S) + d(NE) + d(NW) - d(SE) - d(SW)));
     return std::abs(gx) + std::abs(gy);
 }
 
