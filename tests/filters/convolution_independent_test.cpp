@@ -1,6 +1,7 @@
 // Convolution and its kernels against their descriptions followed step by step.
 #include <numeric>
 
+#include "filters/lens_profile.h"
 #include "tests/filters/plain_neighbourhood.h"
 #include "vexalib/convolution.h"
 
@@ -195,14 +196,17 @@ TEST(IndependentConvolution, WeighsByComplexNumbers)
     });
 }
 
-float profile(float r, float mix)
+float profile(float radius, float mixed)
 {
-    if (r == 0)
+    if (radius == 0)
         return 1;
-    const float z = r * 3.14159265358979f, a = 2 * bessj1(z) / z;
-    const auto g = static_cast<float>(std::exp(static_cast<double>(-2 * r * r)));
-    const float v = g * mix + (1 - mix) * a * a;
-    return v * v;
+    const auto r = static_cast<double>(radius), mix = static_cast<double>(mixed);
+    const double z = r * 3.14159265358979323846,
+                 a = 2 * static_cast<double>(bessj1(static_cast<float>(z))) / z;
+    if (vexa::lensProfileMode() == 7)
+        return static_cast<float>(std::exp(-1 * r * r) * (mix * mix) + (1 - mix * mix) * a);
+    const double v = std::exp(-2 * r * r) * mix + (1 - mix) * a * a;
+    return static_cast<float>(v * v);
 }
 
 int32_t makeGaussian(int32_t cols, int32_t rows, double blur, double mix, Weights& kernel)
@@ -225,9 +229,11 @@ TEST(IndependentConvolution, MakesGaussianKernels)
         const int32_t cols = between(random, 1, 60), rows = between(random, 1, 40);
         const double blur = between(random, -1, 900) / 40.0, mix = between(random, -4, 12) / 8.0;
         Weights want;
+        const int32_t form = vexa::setLensProfileMode(between(random, 0, 2) == 0 ? 7 : 1);
         const int32_t wanted = makeGaussian(cols, rows, blur, mix, want);
         int32_t *kernel = nullptr, sum = -1;
         const int32_t got = I_MakeGaussianKernel(cols, rows, blur, mix, &kernel, &sum);
+        vexa::setLensProfileMode(form);
         ASSERT_NE(kernel, nullptr);
         const Weights own(kernel, kernel + cols * rows);
         vexaFree(kernel);
@@ -356,7 +362,13 @@ TEST(IndependentConvolution, KnowsTheListedCases)
     EXPECT_EQ(I_CircleSmooth(im, out, 255.01), 0);
     EXPECT_EQ(I_GetError(nullptr, 0), 12);
     EXPECT_EQ(errorText(), "I_CircleSmooth Dia=256.0");
-    EXPECT_EQ(I_CircleSmooth(im, out, 254.0), 1); // 255 columns
+    EXPECT_EQ(I_CircleSmooth(im, out, 254.0), 1);         // 255 columns
+    EXPECT_EQ(I_GaussianSmooth2(im, out, -1, 1), 12 * 9); // a copy, as it tells its pixels
+    vexa::setLensProfileMode(7);
+    I_ImClear(out, 0);
+    EXPECT_EQ(I_GaussianSmooth2(im, out, -1, 1), 1); // one element
+    EXPECT_EQ(bytesOf(out), bytesOf(im));
+    vexa::setLensProfileMode(1);
     EXPECT_EQ(I_SetGaussianKernelSize(0.5f), 3.7f);
     EXPECT_EQ(I_SetGaussianKernelSize(2.0f), 3.7f);
     EXPECT_EQ(I_SetGaussianKernelSize(3.7f), 2.0f);

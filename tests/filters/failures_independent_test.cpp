@@ -1,4 +1,5 @@
 // What neighbourhood operators leave behind without memory: the described tag, the result, images and settings.
+#include <limits>
 #include <set>
 
 #include "tests/filters/plain_neighbourhood.h"
@@ -9,6 +10,8 @@ using namespace vexa::test::plain;
 
 namespace
 {
+
+using Weights = std::vector<int32_t>;
 
 // The tags behind "Memory allocation failed: " that the call leaves, one allocation failing at a time.
 std::set<std::string> tagsOf(const std::function<int64_t()>& call, int64_t result)
@@ -87,6 +90,92 @@ TEST(IndependentFilterFailures, KeepSettings)
     EXPECT_EQ(std::memcmp(kept, polygon, sizeof kept), 0);
     I_SetROIType(0);
     closeImages({im, out});
+}
+
+constexpr float kInfinity = std::numeric_limits<float>::infinity();
+constexpr int32_t kMost = INT32_MAX, kLeast = INT32_MIN;
+
+// Every filter of images, with arguments that make no sense.
+void runAll(int32_t src, int32_t dst)
+{
+    const int32_t sizes[] = {kLeast, -1, 0, 1, kMost};
+    const float floats[] = {std::nanf(""), kInfinity, -kInfinity, 1e30f, -1e30f, 2.5f};
+    I_Smooth(src, dst);
+    I_Median(src, dst);
+    I_Sobel(src, dst);
+    I_Skeleton(src, dst);
+    Weights weights(15, 1);
+    I_MxNConvolve(3, 3, weights.data(), 3, src, dst);
+    I_MxNConvolve(3, 5, weights.data(), -3, src, dst);
+    for (const int32_t a : sizes) {
+        I_Sharpen(src, dst, a, 1, 0);
+        I_Sharpen(src, dst, 3, a, 1);
+        I_Contour(src, dst, a, kLeast);
+        I_Contour(src, dst, 3, a);
+        I_BinaryDilate(src, dst, a);
+        I_Deflicker(src, dst, a);
+        I_MxNConvolve(3, 3, weights.data(), a, src, dst);
+        I_Gradient(src, dst, a, 3, nullptr, nullptr);
+        I_PeakGradient(src, dst, a, 3, nullptr, nullptr);
+        for (const int32_t b : sizes) {
+            I_Edge(src, dst, a, b);
+            I_MinPeak(src, dst, a, b, 1);
+            I_MxN9ptFilt(src, dst, a, b, 7, nullptr);
+        }
+    }
+    for (const float a : floats) {
+        const auto d = static_cast<double>(a);
+        uint32_t histogram[256];
+        I_Erode(src, dst, a);
+        I_Dilate(src, dst, a);
+        I_Gradient(src, dst, 1, a, histogram, nullptr);
+        I_PeakGradient(src, dst, 1, a, histogram, nullptr);
+        I_CircleSmooth(src, dst, d);
+        I_GaussianSmooth2(src, dst, a == kInfinity || a == 1e30f ? 1.5 : d, d);
+        I_MxN9ptFilt(src, dst, 3, 3, 0, &a);
+        const float pair[] = {a, a};
+        I_MxN9ptFilt(src, dst, 3, 3, 4, pair);
+        for (const float b : floats) {
+            I_MxNSmooth(src, dst, a, b);
+            I_ShiftSharpen(src, dst, a, b, 1);
+            I_ShiftSharpen(src, dst, 0.25f, a, b);
+            I_FillCircle(dst, a, 3, b, 2);
+            I_FillCircle(dst, 3, a, 7, b);
+        }
+    }
+}
+
+TEST(IndependentFilterFailures, SurviveNonsense)
+{
+    I_SetErrorHandlerCallback([](const char*, int32_t) {});
+    for (const int32_t type : {PIX_BYTE, PIX_WORD, PIX_FLOAT, PIX_BGR24}) {
+        const int32_t im = image(9, 7, type), out = image(9, 7, type == PIX_FLOAT ? PIX_BYTE : type);
+        if (type == PIX_FLOAT) {
+            const float odd[] = {std::nanf(""), kInfinity, -kInfinity, 3e38f, -3e38f, 1e10f};
+            for (int32_t i = 0; i < 6; ++i)
+                I_PutPix(i + 1, i, odd[i], im);
+        }
+        runAll(im, out);
+        runAll(im, im);
+        closeImages({im, out});
+    }
+    runAll(0, 0);
+    runAll(-250, 5);
+    for (const int32_t width : {kLeast, -1, 0, 1, 2, 3, kMost}) {
+        for (const int32_t count : {kLeast, -1, 0, 1, 2, 3, 9}) {
+            int32_t longs[] = {kMost, kLeast, kMost, kMost, kMost, kMost, kLeast, 0, 1};
+            float floats[] = {kInfinity, 1, std::nanf(""), 3e38f, 3e38f, -kInfinity, 0, 1, 2};
+            int16_t shorts[9] = {32767, -32768};
+            uint8_t bytes[9] = {255, 255};
+            I_SmoothArrayLong(longs, count, width);
+            I_SmoothArrayFloat(floats, count, width);
+            I_SmoothArrayShort(shorts, count, width);
+            I_SmoothArrayByte(bytes, count, width);
+            EXPECT_EQ(longs[8], count == 9 ? longs[8] : 1); // nothing beyond the count
+        }
+    }
+    I_SetErrorHandlerCallback(nullptr);
+    clearError();
 }
 
 } // namespace
