@@ -355,6 +355,9 @@ TEST(IndependentConvolution, KnowsTheListedCases)
     EXPECT_EQ(I_MxNConvolve(1, 1025, tall.data(), 0, im, out), 0);
     EXPECT_EQ(I_GetError(nullptr, 0), 12);
     EXPECT_EQ(errorText(), "mxnconv ksize=1,1025");
+    std::fill(tall.begin(), tall.end(), 0); // its sum is looked at first
+    EXPECT_EQ(I_MxNConvolve(1, 1025, tall.data(), 0, im, out), 0);
+    EXPECT_EQ(tall[512], 1);
     EXPECT_EQ(I_MxNConvolve(1, 1024, tall.data(), 0, im, out), 1);
     EXPECT_EQ(I_CircleSmooth(im, out, 0), 1);
     EXPECT_EQ(bytesOf(out), bytesOf(im));

@@ -65,6 +65,15 @@ TEST(IndependentFilterFailures, CarryTheDescribedTags)
                 testing::Contains("arraysmooth"));
     std::vector<uint8_t> few(50, 3);
     EXPECT_THAT(tagsOf([&] { return I_SmoothArrayByte(few.data(), 50, 5); }, 0), testing::Contains(""));
+    const float real[6] = {1};
+    const VexaPointF pairs[6] = {{1, 0}};
+    EXPECT_THAT(tagsOf([&] { return I_FreeKernel(I_MakeComplexKernel(nullptr, 3, 2, real, pairs)); }, 0),
+                testing::Contains("I_MakeComplexKernel: 6"));
+    const double profile[3] = {1, 1, 1};
+    EXPECT_THAT(tagsOf([&] { return I_CustomSmooth(bytes, out, 3, 3, profile, profile); }, 0),
+                testing::Contains("I_CustomBlurKernel"));
+    // A line without memory does not end a median.
+    EXPECT_THAT(tagsOf([&] { return I_Median(bytes, out) * 0; }, 0), testing::Contains("I_Median: 36"));
     // Passes that fail end their functions; thinning and the window means give 1 all the same.
     EXPECT_THAT(tagsOf([&] { return I_Erode(bytes, out, 2.5f); }, 0), testing::Contains("mxnoperator"));
     EXPECT_THAT(tagsOf([&] { return I_BinaryDilate(bytes, out, 2); }, 0), testing::Contains("mxnoperator"));
@@ -176,6 +185,51 @@ TEST(IndependentFilterFailures, SurviveNonsense)
     }
     I_SetErrorHandlerCallback(nullptr);
     clearError();
+}
+
+// An application's pixels lie where it wants them, at odd addresses and odd distances too.
+TEST(IndependentFilterFailures, NeedNoAlignment)
+{
+    static int32_t cross[] = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 8, 7, 6, 5, 4};
+    const std::vector<Operation> operations = {
+        I_Smooth,
+        I_Median,
+        I_Sobel,
+        [](int32_t a, int32_t b) { return I_Erode(a, b, 1.5f); },
+        [](int32_t a, int32_t b) { return I_Sharpen(a, b, 20, 2, 0); },
+        [](int32_t a, int32_t b) { return I_MxNSmooth(a, b, 4.5f, 3); },
+        [](int32_t a, int32_t b) { return I_UnsharpMask(a, b, 5, 5, 1); },
+        [](int32_t a, int32_t b) { return I_MxNConvolve(3, 3, cross, 0, a, b); },
+        [](int32_t a, int32_t b) { return I_MxNConvolve(3, 5, cross, 0, a, b); },
+        [](int32_t a, int32_t b) { return I_GaussianSmooth(a, b, 1.5); },
+        [](int32_t a, int32_t b) { return I_ShiftSharpen(a, b, 0.25f, -1.5f, 1); },
+        [](int32_t a, int32_t b) { return I_Deflicker(a, b, -1); },
+        [](int32_t a, int32_t b) {
+            return static_cast<int32_t>(I_Gradient(a, b, 1, 30, nullptr, nullptr) * 1000);
+        },
+        [](int32_t a, int32_t b) { return I_ROICopy(a, b, 0, 0) && I_FillCircle(b, 12.5f, 7, 99, 11.5f); }};
+    I_SetROIType(0);
+    I_SetBorderMode(-2, nullptr, 0);
+    for (const int32_t type : {PIX_BYTE, PIX_WORD, PIX_DWORD, PIX_FLOAT, PIX_DFLOAT, PIX_BGR24}) {
+        const int32_t cols = 37, rows = 15, bytes = I_ImTypeBytes(type), stride = cols * bytes + 3;
+        Random random(51);
+        const int32_t src = I_ImOpen(cols, rows, type), dst = I_ImOpen(cols, rows, type);
+        fillRandomly(src, random);
+        std::vector<uint8_t> in(static_cast<std::size_t>(stride * rows + 1), 0xA5), out = in;
+        const int32_t oddSrc = I_ImOpenPtr(cols, rows, stride, type, &in[1]);
+        const int32_t oddDst = I_ImOpenPtr(cols, rows, stride, type, &out[1]);
+        I_ImageCopy(src, oddSrc);
+        for (std::size_t k = 0; k < operations.size(); ++k) {
+            I_ImClear(dst, 1);
+            I_ImClear(oddDst, 1);
+            EXPECT_EQ(operations[k](oddSrc, oddDst), operations[k](src, dst));
+            EXPECT_EQ(bytesOf(oddDst), bytesOf(dst)) << "type " << type << " operation " << k;
+        }
+        for (int32_t y = 0; y < rows; ++y) // what pads the rows
+            EXPECT_EQ(out[static_cast<std::size_t>(y * stride + cols * bytes + 2)], 0xA5);
+        closeImages({src, dst, oddSrc, oddDst});
+    }
+    I_SetBorderMode(-1, nullptr, 0);
 }
 
 } // namespace
