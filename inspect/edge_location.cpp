@@ -47,7 +47,7 @@ struct WholeDifference {
         return truncToInt32(static_cast<double>(sampleAt<Sample>(data, i)) - static_cast<double>(level));
     }
     static bool crossed(Held a, Held b) { return wrapMultiply(a, b) <= 0; }
-    static double minus(Held a, Held b) { return wrapSubtract(a, b); }
+    static double minus(Held a, Held b) { return static_cast<double>(a) - static_cast<double>(b); }
 };
 
 struct FloatDifference {
