@@ -122,7 +122,7 @@ std::string tellLine(const Line& l)
 
 int32_t randomType(Random& random)
 {
-    static const int32_t kTypes[] = {1, 1, 1, 2, 3, 4, 4, 5, 6, 12, 13, 15, 16, 17, 18, 19};
+    static const int32_t kTypes[] = {1, 1, 1, 2, 3, 4, 4, 5, 6, 12, 13, 15, 16, 17, 18, 19, 23};
     return kTypes[random() % std::size(kTypes)];
 }
 
@@ -196,6 +196,43 @@ TEST(IndependentProfile, WideLines)
             for (int32_t i = 0; i < n; ++i)
                 ASSERT_NEAR(expected[index(i)], actual[index(i)], 2e-3) << what << " sample " << i;
         }
+        p.close();
+    }
+    clearError();
+}
+
+TEST(IndependentProfile, NewBlocksAndOtherTypes)
+{
+    Random random(537);
+    for (int32_t round = 0; round < 600 && !testing::Test::HasFailure(); ++round) {
+        const Shape shape = randomShape(random, randomType(random));
+        const Picture p = shape.open();
+        const Line line = randomLine(random, shape.cols, shape.rows);
+        const int32_t type = round % 2 ? shape.type : randomType(random);
+        const double length = std::hypot(double{line.x1} - line.x0, double{line.y1} - line.y0);
+        const int32_t most = Rnd(static_cast<float>(length / std::fabs(line.step))) + 1;
+        std::vector<uint8_t> expected(index(int64_t{most + 2} * I_ImTypeBytes(type)));
+        const int32_t n = I_GetProfileType(line.x0, line.y0, line.x1, line.y1, line.step, expected.data(),
+                                           most, p.im, type);
+        int32_t count = -9;
+        auto* block = static_cast<uint8_t*>(
+            I_DupProfileType(line.x0, line.y0, line.x1, line.y1, line.step, &count, p.im, type));
+        ASSERT_NE(block, nullptr);
+        EXPECT_EQ(count, n);
+        EXPECT_EQ(std::vector<uint8_t>(block, block + expected.size()), expected)
+            << tell(shape) << tellLine(line);
+        vexaFree(block);
+        std::vector<float> wide(100);
+        std::vector<uint8_t> bytes(100), converted(100);
+        const int32_t m = I_GetProfileTypeEx(line.x0, line.y0, line.x1, line.y1, line.step, 4, wide.data(),
+                                             90, p.im, PIX_FLOAT);
+        EXPECT_EQ(I_GetProfileTypeEx(line.x0, line.y0, line.x1, line.y1, line.step, 4, bytes.data(), 90, p.im,
+                                     PIX_BYTE),
+                  m);
+        if (m > 0)
+            I_ArrayConvert(wide.data(), PIX_FLOAT, converted.data(), PIX_BYTE, m);
+        EXPECT_EQ(std::vector<uint8_t>(bytes.begin(), bytes.begin() + std::max(m, 0)),
+                  std::vector<uint8_t>(converted.begin(), converted.begin() + std::max(m, 0)));
         p.close();
     }
     clearError();

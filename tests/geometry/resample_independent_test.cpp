@@ -215,6 +215,26 @@ TEST(IndependentResample, BytesAndIntegers)
     }
 }
 
+TEST(IndependentResample, LargeCells)
+{
+    Random random(54);
+    for (int32_t round = 0; round < 200; ++round) {
+        const int32_t n = between(random, 500, 3000), m = between(random, 1, 12);
+        const double offset = between(random, -400, 400) / 4.0, scale = between(random, 1, 20) / 2000.0;
+        SCOPED_TRACE(tellCall(n, m, offset, scale, 1, 1));
+        const std::vector<uint8_t> bytes(static_cast<std::size_t>(n), 255);
+        std::vector<uint8_t> expected(static_cast<std::size_t>(m), 7), actual = expected;
+        resampleWhole(bytes.data(), n, expected.data(), m, offset, scale, true);
+        I_ResampleArrayByte(bytes.data(), n, actual.data(), m, offset, scale, 1);
+        ASSERT_EQ(expected, actual);
+        const auto longs = randomArray<int32_t>(random, n);
+        std::vector<int32_t> expectedLongs(static_cast<std::size_t>(m), 7), actualLongs = expectedLongs;
+        resampleWhole(longs.data(), n, expectedLongs.data(), m, offset, scale, true);
+        I_ResampleArrayLong(longs.data(), n, actualLongs.data(), m, offset, scale, 1);
+        ASSERT_EQ(expectedLongs, actualLongs);
+    }
+}
+
 TEST(IndependentResample, EveryType)
 {
     Random random(52);

@@ -184,12 +184,14 @@ void expectSame(const Picture& expected, const Picture& actual, const std::strin
 struct Trial {
     Picture src, expected, actual;
     bool inPlace;
+    int32_t band; // to be selected before each run
     std::string what;
 
     Trial(Random& random, int32_t typeA, int32_t typeB)
     {
         const Shape from = randomShape(random, typeA), to = randomShape(random, typeB);
         inPlace = between(random, 0, 5) == 0;
+        band = between(random, 0, 3) ? -1 : between(random, 0, 2);
         src = from.open();
         expected = (inPlace ? from : to).open();
         actual = (inPlace ? from : to).open();
@@ -202,6 +204,7 @@ struct Trial {
         for (const Picture& p : {src, expected, actual})
             p.close();
         I_SetROIType(0);
+        I_SetColorBand(-1);
     }
 };
 
@@ -220,9 +223,11 @@ TEST(IndependentRotate, RandomMaps)
         if (round % 50 == 0)
             m[round % 6] = 30000.0F; // positions wrap
         const int32_t cx = between(random, -5, 40), cy = between(random, -5, 10), smooth = round % 4 != 0;
+        I_SetColorBand(t.band);
         plainRotate(cx, cy, m, t.from(t.expected), t.expected.im, smooth != 0);
         I_SetRotateSmooth(smooth);
         clearError();
+        I_SetColorBand(t.band);
         EXPECT_EQ(I_Rotate(cx, cy, m, t.from(t.actual), t.actual.im), 1) << t.what << errorText();
         expectSame(t.expected, t.actual, std::to_string(round) + ": " + t.what);
     }
@@ -329,6 +334,7 @@ TEST(IndependentQuarter, RandomImages)
         const int32_t iRot = kCodes[random() % std::size(kCodes)], code = quarterCode(iRot);
         const std::string what = std::to_string(round) + ": " + t.what + " iRot " + std::to_string(iRot);
         clearError();
+        I_SetColorBand(t.band);
         const int32_t expected =
             code == 5
                 ? PlainQuarter(t.src.im, t.expected.im, code).run() // rows are read before they are written
@@ -336,11 +342,14 @@ TEST(IndependentQuarter, RandomImages)
             : iRot % 360 == 0 ? I_ROICopy(t.from(t.expected), t.expected.im, 0, 0)
                               : 0;
         clearError();
+        const int32_t left = I_GetColorBand();
+        I_SetColorBand(t.band);
         EXPECT_EQ(I_Rotate90(t.from(t.actual), t.actual.im, iRot), expected) << what << errorText();
         if (code == 0 && iRot % 360 != 0) {
             EXPECT_EQ(I_GetError(nullptr, 0), 12);
             EXPECT_NE(errorText().find("iRot=" + std::to_string(iRot)), std::string::npos);
         }
+        EXPECT_EQ(I_GetColorBand(), left) << what;
         expectSame(t.expected, t.actual, what);
     }
     clearError();
@@ -417,6 +426,7 @@ TEST(IndependentMirror, TopToBottom)
         const int32_t work = std::min(I_ImGetType(t.from(t.actual)), I_ImGetType(t.actual.im));
         int32_t left, top, right, bottom, x, y, n, first = 1;
         I_ROIBoundingBox(&left, &top, &right, &bottom, t.expected.im);
+        I_SetColorBand(t.band);
         const int32_t width = right - left + 1;
         std::vector<std::vector<uint8_t>> rows(index(bottom - top + 1)); // as they were before
         std::vector<uint8_t> row(index(int64_t{width} * I_ImTypeBytes(work)));

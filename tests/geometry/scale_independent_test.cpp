@@ -251,7 +251,7 @@ void expectNear(const Picture& expected, const Picture& actual, const std::strin
 TEST(IndependentScale, RandomImages)
 {
     Random random(511);
-    static const int32_t kTypes[] = {1, 1, 1, 1, 2, 3, 4, 5, 6, 12, 13, 15, 16, 16, 17, 18, 19};
+    static const int32_t kTypes[] = {1, 1, 1, 1, 2, 3, 4, 5, 6, 12, 13, 15, 16, 16, 17, 18, 19, 23};
     for (int32_t round = 0; round < 3000 && !testing::Test::HasFailure(); ++round) {
         const int32_t type = kTypes[random() % std::size(kTypes)];
         const int32_t other = between(random, 0, 2) ? type : kTypes[random() % std::size(kTypes)];
@@ -264,13 +264,19 @@ TEST(IndependentScale, RandomImages)
         const Call call = randomCall(random, origin, size);
         const std::string what = std::to_string(round) + ": " + tell(from) + " to " +
                                  (inPlace ? "itself" : tell(to)) + tellCall(call);
+        const int32_t band = between(random, 0, 3) ? -1 : between(random, 0, 2);
         clearError();
+        I_SetColorBand(band);
         const int32_t result = PlainScaler(inPlace ? expected.im : src.im, expected.im, call).run();
         clearError();
+        const int32_t left = I_GetColorBand();
+        I_SetColorBand(band);
         EXPECT_EQ(I_ScaleImage(inPlace ? actual.im : src.im, actual.im, call.origin, call.size, call.xoff,
                                call.yoff, call.sx, call.sy, call.interp),
                   result)
             << what << errorText();
+        EXPECT_EQ(I_GetColorBand(), left) << what;
+        I_SetColorBand(-1);
         expectNear(expected, actual, what);
         for (const Picture& p : {src, expected, actual})
             p.close();
@@ -391,5 +397,28 @@ TEST(IndependentScale, Refused)
         EXPECT_TRUE(seen) << tag;
     }
     clearError();
+    closeImages({src, dst});
+}
+
+TEST(IndependentScale, TellsItsProgress)
+{
+    static std::vector<std::string> told;
+    I_SetProgressCallback(
+        [](float fraction, const char* text) { told.push_back(std::to_string(fraction) + text); }, 1);
+    const int32_t src = noiseImage(40, 30, 3), dst = byteImage(60, 60);
+    for (const auto& [scale, interp] :
+         {std::pair{1.5, 0}, std::pair{0.6, 1}, std::pair{1.5, 1}, std::pair{1.5, -3}}) {
+        told.clear();
+        I_ScaleImage(src, dst, nullptr, nullptr, 0, 0, scale, scale, interp);
+        ASSERT_FALSE(told.empty());
+        EXPECT_EQ(told.back(), "1.000000ScaleImage");
+    }
+    const std::vector<uint8_t> blended = bytesOf(dst); // any flag but 0 means the same
+    I_ScaleImage(src, dst, nullptr, nullptr, 0, 0, 1.5, 1.5, 1);
+    EXPECT_EQ(blended, bytesOf(dst));
+    told.clear();
+    EXPECT_EQ(I_ScaleImage(src, dst, nullptr, nullptr, 0, 0, 0.5, 0.5, 1), 1); // too short to tell
+    EXPECT_TRUE(told.empty());
+    I_SetProgressCallback(nullptr, 0);
     closeImages({src, dst});
 }
