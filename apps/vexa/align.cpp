@@ -3,7 +3,11 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
+#include <utility>
 
+#include "align_boxes.h"
+#include "align_fine.h"
+#include "align_surface.h"
 #include "failure.h"
 #include "list_output.h"
 #include "vexalib/vexalib.h"
@@ -13,51 +17,63 @@ namespace app
 namespace
 {
 
-constexpr float kGoodQuality = 0.85F; // of a shift that needs no search
-constexpr double kPoorQuality = 0.5;  // below it the user is warned
-constexpr double kFlat = 0.01;        // contrast of an axis that has nothing to align on
-constexpr float kSharpRepeat = 0.9F;
-constexpr float kFoundQuality = 0.2F;
-constexpr double kSettled = 0.003; // pixels
-constexpr double kWhole = 0.02;    // from a whole pixel, as which it counts
+constexpr double kPoorQuality = 0.5; // below it the user is warned
+constexpr double kFlat = 0.01;       // contrast of an axis that has nothing to align on
+constexpr double kWhole = 0.02;      // from a whole pixel, as which it counts
+constexpr int32_t kFrame = 4;        // pixels at the border that the interpolation needs
+constexpr int32_t kLeastSide = 16;   // of what is compared at all shifts
 
-struct Shift {
-    float dx, dy;
-    float qualX = 0.0F, qualY = 0.0F;
-
-    float quality() const { return std::min(qualX, qualY); }
+struct Candidate {
+    std::string method;
+    FineShift shift;
 };
 
-Shift smartShift(const Image& reference, const Image& defect, const AlignSettings& settings)
+bool areNear(const FineShift& a, double x, double y)
 {
-    Shift shift = {static_cast<float>(settings.start.x), static_cast<float>(settings.start.y)};
-    I_SmartAlign(defect.number(), reference.number(), nullptr, nullptr, settings.maxShift, &shift.dx,
-                 &shift.dy, &shift.qualX, &shift.qualY);
-    return shift;
+    constexpr double kNear = 1.5;
+    return std::fabs(a.x - x) < kNear && std::fabs(a.y - y) < kNear;
 }
 
-// The middle of the defect picture, looked for in the reference.
-Shift searchedShift(const Image& reference, const Image& defect, const AlignSettings& settings)
+// Of length pixels, those that lie in the other picture at every shift from low to high, with a frame.
+struct Stretch {
+    int32_t first, last;
+    Stretch(int32_t length, int32_t low, int32_t high)
+        : first(std::max(0, -low) + kFrame), last(length - 1 - std::max(0, high) - kFrame)
+    {
+    }
+};
+
+VexaBox overlap(const Image& picture, const ShiftRange& range)
 {
-    constexpr int32_t kLeastSide = 16, kMostSide = 512;
-    const auto centred = [&](int32_t size) {
-        return std::clamp(size / 2, std::min(kLeastSide, size), kMostSide);
+    const Stretch x(picture.cols(), range.left, range.right), y(picture.rows(), range.top, range.bottom);
+    return {x.first, y.first, x.last, y.last};
+}
+
+// Whole shifts around a start, a pixel further than the user asks for so that a peak at the limit is one; fewer in small
+// pictures.
+ShiftRange reachable(const Image& picture, const AlignSettings& settings)
+{
+    const auto reach = [&](int32_t length, int32_t start) {
+        const int64_t room = int64_t{length} - std::abs(int64_t{start}) - 2 * kFrame - kLeastSide;
+        return static_cast<int32_t>(std::clamp<int64_t>(room / 2, 0, int64_t{settings.maxShift} + 1));
     };
-    const int32_t width = centred(defect.cols()), height = centred(defect.rows());
-    const int32_t left = (defect.cols() - width) / 2, top = (defect.rows() - height) / 2;
-    VexaBox pattern = {left, top, left + width - 1, top + height - 1};
-    const int32_t reach = settings.maxShift + 4;
-    VexaBox area = {std::max(left + settings.start.x - reach, 0), std::max(top + settings.start.y - reach, 0),
-                    std::min(pattern.right + settings.start.x + reach, reference.cols() - 1),
-                    std::min(pattern.bottom + settings.start.y + reach, reference.rows() - 1)};
-    const int32_t levels =
-        std::clamp(static_cast<int32_t>(std::log2(std::min(width, height) / 16.0)) + 1, 1, 4);
-    Shift shift = {static_cast<float>(settings.start.x), static_cast<float>(settings.start.y)};
-    float x = 0.0F, y = 0.0F, quality = 0.0F;
-    if (I_WindowSearch(&pattern, defect.number(), &area, reference.number(), levels, &x, &y, &quality, 1) &&
-        quality > kFoundQuality)
-        shift = {x, y, quality, quality};
+    const VexaPoint start = settings.start;
+    const int32_t x = reach(picture.cols(), start.x), y = reach(picture.rows(), start.y);
+    return {start.x - x, start.y - y, start.x + x, start.y + y};
+}
+
+FineShift smartShift(const Image& reference, const Image& defect, const AlignSettings& settings)
+{
+    auto dx = static_cast<float>(settings.start.x), dy = static_cast<float>(settings.start.y);
+    float qualX = 0.0F, qualY = 0.0F;
+    I_SmartAlign(defect.number(), reference.number(), nullptr, nullptr, settings.maxShift, &dx, &dy, &qualX,
+                 &qualY);
     I_SetError(0, "");
+    FineShift shift;
+    shift.x = std::clamp(double{dx}, settings.start.x - settings.maxShift - 0.5,
+                         settings.start.x + settings.maxShift + 0.5);
+    shift.y = std::clamp(double{dy}, settings.start.y - settings.maxShift - 0.5,
+                         settings.start.y + settings.maxShift + 0.5);
     return shift;
 }
 
@@ -74,89 +90,262 @@ Image shifted(const Image& reference, const Image& defect, double dx, double dy)
     return result;
 }
 
-float limited(float shift, int32_t start, const AlignSettings& settings)
+// What the library's profiles tell about a box: moved under it, the reference differs by a fraction of a pixel at most.
+void describeBox(const Image& defect, const Image& moved, const VexaBox& box, Alignment& alignment)
 {
-    const auto reach = static_cast<float>(settings.maxShift), from = static_cast<float>(start);
-    return std::clamp(shift, from - reach, from + reach);
+    constexpr int32_t kRange = 2;
+    float dx = 0.0F, dy = 0.0F, qualX = 0.0F, qualY = 0.0F;
+    const bool isMeasured =
+        I_ImageAlign1D(defect.number(), moved.number(), box.left, box.top, box.right - box.left + 1,
+                       box.bottom - box.top + 1, kRange, kRange, &dx, &dy, &qualX, &qualY) != 0;
+    I_SetError(0, "");
+    if (!isMeasured)
+        return;
+    float repeatX = 0.0F, repeatY = 0.0F, contrastX = 0.0F, contrastY = 0.0F;
+    I_GetAlign1DParams(&repeatX, &repeatY, nullptr, nullptr, &contrastX, &contrastY, nullptr, nullptr);
+    const auto take = [](AxisShift& axis, float quality, float contrast, float repeat) {
+        if (double{contrast} > axis.contrast)
+            axis = {axis.shift, double{quality}, double{contrast}, double{repeat}};
+    };
+    take(alignment.x, qualX, contrastX, repeatX);
+    take(alignment.y, qualY, contrastY, repeatY);
 }
 
-// Near the right place the estimate has no bias: move the reference there and measure what is left, until nothing is.
-void refine(const Image& reference, const Image& defect, const AlignSettings& settings, Shift& shift)
+Image cut(const GreyRows& picture, const VexaBox& box)
 {
-    constexpr int32_t kRounds = 5, kRange = 2, kMargin = 4;
-    for (int32_t round = 0; round < kRounds; ++round) {
-        const int32_t marginX = static_cast<int32_t>(std::ceil(std::fabs(shift.dx))) + kMargin;
-        const int32_t marginY = static_cast<int32_t>(std::ceil(std::fabs(shift.dy))) + kMargin;
-        const int32_t cols = defect.cols() - 2 * marginX, rows = defect.rows() - 2 * marginY;
-        if (cols < 3 * kMargin || rows < 3 * kMargin)
-            return;
-        const Image under = shifted(reference, defect, double{shift.dx}, double{shift.dy});
-        Shift rest = {0.0F, 0.0F};
-        if (!I_ImageAlign1D(defect.number(), under.number(), marginX, marginY, cols, rows, kRange, kRange,
-                            &rest.dx, &rest.dy, &rest.qualX, &rest.qualY)) {
-            I_SetError(0, "");
+    Pixels part(box.right - box.left + 1, box.bottom - box.top + 1, 1);
+    for (int32_t y = 0; y < part.rows; ++y)
+        std::copy_n(picture[box.top + y] + box.left, part.cols, part.row(y));
+    return Image(std::move(part));
+}
+
+class ShiftFinder
+{
+public:
+    ShiftFinder(const Image& reference, const Image& defect, const AlignSettings& settings)
+        : reference_(reference), defect_(defect), settings_(settings), referenceRows_(reference),
+          defectRows_(defect)
+    {
+    }
+
+    Alignment find()
+    {
+        collect();
+        Candidate best = choose();
+        const FineShift compared = best.shift;
+        best.shift = remeasured(compared);
+        Alignment alignment;
+        alignment.method = best.method;
+        alignment.x.shift = best.shift.x;
+        alignment.y.shift = best.shift.y;
+        describe(best.shift, alignment);
+        warnOfAxis(alignment, "x", alignment.x, chosen_.isFlatX, settings_.start.x);
+        warnOfAxis(alignment, "y", alignment.y, chosen_.isFlatY, settings_.start.y);
+        if (chosen_.isFlatX && chosen_.isFlatY)
+            return alignment;
+        for (const char* axis :
+             {wasFlatX_ && !chosen_.isFlatX ? "x" : "", wasFlatY_ && !chosen_.isFlatY ? "y" : ""})
+            if (*axis)
+                alignment.warnings.push_back(std::string("only edges near the border tell the shift in ") +
+                                             axis);
+        if (best.shift.isOneWay)
+            alignment.warnings.push_back("all edges run one way: the shift along them is not defined");
+        if (isLikely(best.shift))
+            warnOfRivals(alignment, compared);
+        else
+            alignment.warnings.push_back(
+                "the shift is not to be trusted: the pictures have little in common there");
+        return alignment;
+    }
+
+private:
+    static constexpr int64_t kCompared = 60000, kMeasured = 90000; // pixels
+
+    // By the structure of the reference, where no defect is: about where the defect picture shows the same.
+    void chooseWithin(const ShiftRange& range)
+    {
+        VexaBox region = overlap(defect_, range);
+        const int32_t x = (range.left + range.right) / 2, y = (range.top + range.bottom) / 2;
+        region = {region.left + x, region.top + y, region.right + x, region.bottom + y};
+        chosen_ = chooseBoxes(referenceRows_, region, kMeasured);
+        for (VexaBox& box : chosen_.boxes)
+            box = {box.left - x, box.top - y, box.right - x, box.bottom - y};
+    }
+
+    // Shifts worth measuring: what the smart alignment tells, and the peaks of the exhaustive comparison.
+    void collect()
+    {
+        range_ = reachable(defect_, settings_);
+        chooseWithin(range_);
+        for (const VexaBox& box : chosen_.boxes)
+            if (pixelsOf(compared_) < kCompared)
+                compared_.push_back(box);
+        // Where nothing tells a shift, there is nothing to compare.
+        wasFlatX_ = chosen_.isFlatX;
+        wasFlatY_ = chosen_.isFlatY;
+        if (wasFlatX_)
+            range_.left = range_.right = settings_.start.x;
+        if (wasFlatY_)
+            range_.top = range_.bottom = settings_.start.y;
+        if (settings_.mode != AlignMode::search && !(chosen_.isFlatX && chosen_.isFlatY))
+            offer("smart", smartShift(reference_, defect_, settings_));
+        constexpr double kWorthwhile = 0.6; // of the best score
+        constexpr std::size_t kMost = 8;
+        const std::vector<SurfacePeak> peaks = findPeaks(referenceRows_, defectRows_, compared_, range_);
+        for (std::size_t i = 0; i < std::min(peaks.size(), kMost); ++i) {
+            FineShift shift;
+            shift.x = peaks[i].dx;
+            shift.y = peaks[i].dy;
+            if (peaks[i].score >= kWorthwhile * peaks[0].score)
+                offer("search", shift);
+        }
+    }
+
+    void offer(const char* method, FineShift start)
+    {
+        start.x = std::clamp<double>(start.x, range_.left, range_.right);
+        start.y = std::clamp<double>(start.y, range_.top, range_.bottom);
+        for (const Candidate& known : candidates_)
+            if (areNear(known.shift, start.x, start.y))
+                return;
+        constexpr double kCoarse = 0.1;
+        const FineShift shift =
+            refineShift(referenceRows_, defectRows_, compared_, start.x, start.y, kCoarse);
+        for (const Candidate& known : candidates_)
+            if (areNear(known.shift, shift.x, shift.y))
+                return;
+        candidates_.push_back({method, shift});
+    }
+
+    // On all that the two pictures share, where there may be more.
+    FineShift remeasured(const FineShift& shift)
+    {
+        constexpr double kFine = 0.003;
+        if (pixelsOf(chosen_.boxes) < kMeasured) {
+            const ShiftRange around = {
+                static_cast<int32_t>(std::floor(shift.x)), static_cast<int32_t>(std::floor(shift.y)),
+                static_cast<int32_t>(std::ceil(shift.x)), static_cast<int32_t>(std::ceil(shift.y))};
+            chooseWithin(around);
+        }
+        // Where the border told what the middle did not, it may be a long way.
+        FineShift measured = refineShift(referenceRows_, defectRows_, chosen_.boxes, shift.x, shift.y, kFine);
+        for (int32_t leg = 0; leg < settings_.maxShift / 2 && !measured.hasSettled; ++leg)
+            measured = refineShift(referenceRows_, defectRows_, chosen_.boxes, measured.x, measured.y, kFine);
+        return measured;
+    }
+
+    // The candidate that leaves least; of equals the one nearest to the start.
+    Candidate choose()
+    {
+        if (candidates_.empty())
+            return {"start", unmoved()};
+        constexpr double kEqual = 1.02;
+        const auto least = std::min_element(
+            candidates_.begin(), candidates_.end(),
+            [](const Candidate& a, const Candidate& b) { return a.shift.left < b.shift.left; });
+        const double most = least->shift.left * kEqual;
+        const auto way = [&](const Candidate& candidate) {
+            return std::hypot(candidate.shift.x - settings_.start.x, candidate.shift.y - settings_.start.y);
+        };
+        Candidate best = *least;
+        for (const Candidate& candidate : candidates_)
+            if (candidate.shift.left <= most && way(candidate) < way(best))
+                best = candidate;
+        if (std::fabs(best.shift.x - settings_.start.x) < kWhole &&
+            std::fabs(best.shift.y - settings_.start.y) < kWhole)
+            best.method = "start";
+        return best;
+    }
+
+    FineShift unmoved() const
+    {
+        FineShift shift;
+        shift.x = settings_.start.x;
+        shift.y = settings_.start.y;
+        return shift;
+    }
+
+    void describe(const FineShift& shift, Alignment& alignment)
+    {
+        const auto wholeX = static_cast<int32_t>(std::lround(shift.x)),
+                   wholeY = static_cast<int32_t>(std::lround(shift.y));
+        for (VexaBox box : chosen_.boxes) {
+            const Image part = cut(defectRows_, box);
+            box = {box.left + wholeX, box.top + wholeY, box.right + wholeX, box.bottom + wholeY};
+            const bool isInside = box.left >= 0 && box.top >= 0 && box.right < reference_.cols() &&
+                                  box.bottom < reference_.rows();
+            if (!isInside)
+                continue;
+            const Image moved = shifted(cut(referenceRows_, box), part, shift.x - wholeX, shift.y - wholeY);
+            describeBox(part, moved, {1, 1, part.cols() - 2, part.rows() - 2}, alignment);
+        }
+    }
+
+    void warnOfAxis(Alignment& alignment, const char* name, const AxisShift& axis, bool isFlat,
+                    int32_t start) const
+    {
+        const std::string in = std::string(" in ") + name;
+        if (isFlat || axis.contrast < kFlat) {
+            alignment.warnings.push_back("there is nothing to align on" + in);
             return;
         }
-        shift = {limited(shift.dx + rest.dx, settings.start.x, settings),
-                 limited(shift.dy + rest.dy, settings.start.y, settings), rest.qualX, rest.qualY};
-        if (std::fabs(rest.dx) < kSettled && std::fabs(rest.dy) < kSettled)
-            return;
+        if (axis.quality < kPoorQuality)
+            alignment.warnings.push_back("the shift" + in + " is not to be trusted: quality " +
+                                         fixed(axis.quality, 2));
+        if (std::fabs(axis.shift - start) > settings_.maxShift - 0.5)
+            alignment.warnings.push_back("the shift" + in + " lies at the limit of the search");
     }
-}
 
-struct Candidate {
-    std::string method;
-    Shift shift;
-    double difference; // mean of what is left after the subtraction
+    // Most of the picture is explained, by edges that both have.
+    bool isLikely(const FineShift& shift) const
+    {
+        constexpr double kAlike = 0.5;
+        return shift.hasSettled && shift.left < kAlike * shift.spread && shift.isFlatX == chosen_.isFlatX &&
+               shift.isFlatY == chosen_.isFlatY;
+    }
+
+    void warnOfRivals(Alignment& alignment, const FineShift& best) const
+    {
+        constexpr double kRival = 1.5, kSlack = 0.5;
+        const FineShift* nearest = nullptr;
+        const auto way = [&](const FineShift& shift) {
+            return std::hypot(shift.x - best.x, shift.y - best.y);
+        };
+        for (const Candidate& candidate : candidates_)
+            if (!areNear(candidate.shift, best.x, best.y) &&
+                candidate.shift.left < kRival * best.left + kSlack &&
+                (!nearest || way(candidate.shift) < way(*nearest)))
+                nearest = &candidate.shift;
+        if (nearest)
+            warnOfRival(alignment, nearest->x - best.x, nearest->y - best.y);
+    }
+
+    static void warnOfRival(Alignment& alignment, double x, double y)
+    {
+        const auto every = [&](double distance, const char* name) {
+            alignment.warnings.push_back("the pattern repeats every " + fixed(std::fabs(distance), 1) +
+                                         " pixels in " + name +
+                                         ": a shift by so much more or less fits as well");
+        };
+        if (std::fabs(y) < 1.5)
+            every(x, "x");
+        else if (std::fabs(x) < 1.5)
+            every(y, "y");
+        else
+            alignment.warnings.push_back("the pattern repeats: a shift by " + fixed(x, 1) + ", " +
+                                         fixed(y, 1) + " pixels more fits as well");
+    }
+
+    const Image& reference_;
+    const Image& defect_;
+    const AlignSettings& settings_;
+    GreyRows referenceRows_, defectRows_;
+    ShiftRange range_;
+    bool wasFlatX_ = true, wasFlatY_ = true; // where all shifts within reach can be compared
+    MeasuringBoxes chosen_;
+    std::vector<VexaBox> compared_; // of them, the first ones
+    std::vector<Candidate> candidates_;
 };
-
-// How much the pictures differ at a shift, away from the borders.
-double differenceAt(const Image& reference, const Image& defect, const Shift& shift,
-                    const AlignSettings& settings)
-{
-    const Image under = shifted(reference, defect, double{shift.dx}, double{shift.dy});
-    const int32_t marginX = std::min(settings.maxShift + std::abs(settings.start.x) + 4, defect.cols() / 3);
-    const int32_t marginY = std::min(settings.maxShift + std::abs(settings.start.y) + 4, defect.rows() / 3);
-    require(I_PushROI() != 0, "cannot keep the region of interest");
-    I_SetWindowROI(marginX, marginY, defect.cols() - 1 - marginX, defect.rows() - 1 - marginY);
-    constexpr int32_t kAbsolute = 2;
-    double mean = 0.0;
-    I_SubtractEx(defect.number(), under.number(), under.number(), 0, 0, kAbsolute);
-    I_ComputePixelStats(1, nullptr, &mean, nullptr, nullptr, nullptr, under.number());
-    I_PopROI();
-    return mean;
-}
-
-void warnOfAxis(Alignment& alignment, const char* name, const AxisShift& axis, float repeatQuality,
-                int32_t start, const AlignSettings& settings)
-{
-    const std::string in = std::string(" in ") + name;
-    if (axis.contrast < kFlat) {
-        alignment.warnings.push_back("there is nothing to align on" + in);
-        return;
-    }
-    if (axis.quality < kPoorQuality)
-        alignment.warnings.push_back("the shift" + in + " is not to be trusted: quality " +
-                                     fixed(axis.quality, 2));
-    if (repeatQuality > kSharpRepeat && axis.repeat > 0.0 && axis.repeat <= 2.0 * settings.maxShift)
-        alignment.warnings.push_back("the pattern repeats every " + fixed(axis.repeat, 1) + " pixels" + in +
-                                     ": a shift by so much more or less fits as well");
-    if (std::fabs(axis.shift - start) > settings.maxShift - 0.5)
-        alignment.warnings.push_back("the shift" + in + " lies at the limit of the search");
-}
-
-Alignment described(const Shift& shift, const std::string& method, const AlignSettings& settings)
-{
-    Alignment alignment;
-    alignment.method = method;
-    float repeatX = 0.0F, repeatY = 0.0F, sharpX = 0.0F, sharpY = 0.0F, contrastX = 0.0F, contrastY = 0.0F;
-    I_GetAlign1DParams(&repeatX, &repeatY, &sharpX, &sharpY, &contrastX, &contrastY, nullptr, nullptr);
-    alignment.x = {double{shift.dx}, double{shift.qualX}, double{contrastX}, double{repeatX}};
-    alignment.y = {double{shift.dy}, double{shift.qualY}, double{contrastY}, double{repeatY}};
-    warnOfAxis(alignment, "x", alignment.x, sharpX, settings.start.x, settings);
-    warnOfAxis(alignment, "y", alignment.y, sharpY, settings.start.y, settings);
-    return alignment;
-}
 
 // Each tile of the underlay moves to where it fits.
 void warpTiles(Image& under, const Image& defect, int32_t tile)
@@ -194,30 +383,10 @@ Alignment findShift(const Image& reference, const Image& defect, const AlignSett
     given.y.shift = settings.start.y;
     if (settings.mode == AlignMode::none)
         return given;
-    // The start is a candidate too: it wins where no other shift makes the pictures more alike.
-    const VexaPoint start = settings.start;
-    Candidate best = {"start", {static_cast<float>(start.x), static_cast<float>(start.y)}, 0.0};
-    best.difference = differenceAt(reference, defect, best.shift, settings);
-    const auto offer = [&](const char* method, Shift shift) {
-        refine(reference, defect, settings, shift);
-        const double difference = differenceAt(reference, defect, shift, settings);
-        if (shift.quality() > 0.0F && difference < best.difference)
-            best = {method, shift, difference};
-    };
-    offer("near the start", best.shift);
-    if (settings.mode != AlignMode::search)
-        offer("smart", smartShift(reference, defect, settings));
-    if (settings.mode == AlignMode::search ||
-        (settings.mode != AlignMode::smart && best.shift.quality() < kGoodQuality))
-        offer("search", searchedShift(reference, defect, settings));
-    if (best.method == "start") {
-        Shift measured = best.shift;
-        refine(reference, defect, settings, measured);
-        best.shift.qualX = measured.qualX;
-        best.shift.qualY = measured.qualY;
-    }
-    return described(best.shift, best.method + (settings.mode == AlignMode::tiles ? " + tiles" : ""),
-                     settings);
+    Alignment alignment = ShiftFinder(reference, defect, settings).find();
+    if (settings.mode == AlignMode::tiles)
+        alignment.method += " + tiles";
+    return alignment;
 }
 
 Underlay underlay(const Image& reference, const Image& defect, const Alignment& alignment,

@@ -74,7 +74,7 @@ TEST_F(Inspect, EqualPicturesHaveNoDefect)
     const Outcome outcome = run({"inspect", reference, reference});
     EXPECT_EQ(0, outcome.code);
     EXPECT_EQ("no defect\n"
-              "shift 0.00, 0.00 (start), quality 1.00, 1.00, contrast 0.35, 0.27, repeat distance 0.0, 0.0\n",
+              "shift 0.00, 0.00 (start), quality 1.00, 1.00, contrast 0.36, 0.28, repeat distance 0.0, 0.0\n",
               outcome.out);
     EXPECT_EQ("", outcome.err);
 }
