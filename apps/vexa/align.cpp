@@ -18,7 +18,7 @@ namespace
 {
 
 constexpr double kPoorQuality = 0.5; // below it the user is warned
-constexpr double kFlat = 0.01;       // contrast of an axis that has nothing to align on
+constexpr double kFlat = 0.01;       // contrast of profiles that tell nothing about their quality
 constexpr double kWhole = 0.02;      // from a whole pixel, as which it counts
 constexpr int32_t kFrame = 4;        // pixels at the border that the interpolation needs
 constexpr int32_t kLeastSide = 16;   // of what is compared at all shifts
@@ -77,26 +77,24 @@ FineShift smartShift(const Image& reference, const Image& defect, const AlignSet
     return shift;
 }
 
-// The reference resampled under the defect picture; what has no source shows the defect picture itself.
-Image shifted(const Image& reference, const Image& defect, double dx, double dy)
+// A part of the reference, moved by a fraction of a pixel under a part of the defect picture.
+Image moved(const Image& reference, const Image& defect, double dx, double dy)
 {
     constexpr float kSharp = 1.0F;
-    const auto snapped = [](double d) {
-        return static_cast<float>(std::fabs(d - std::round(d)) < kWhole ? std::round(d) : d);
-    };
     Image result = defect.converted(PIX_BYTE);
-    require(I_ShiftSharpen(reference.number(), result.number(), snapped(dx), snapped(dy), kSharp) != 0,
+    require(I_ShiftSharpen(reference.number(), result.number(), static_cast<float>(dx),
+                           static_cast<float>(dy), kSharp) != 0,
             "cannot move the reference");
     return result;
 }
 
 // What the library's profiles tell about a box: moved under it, the reference differs by a fraction of a pixel at most.
-void describeBox(const Image& defect, const Image& moved, const VexaBox& box, Alignment& alignment)
+void describeBox(const Image& defect, const Image& under, const VexaBox& box, Alignment& alignment)
 {
     constexpr int32_t kRange = 2;
     float dx = 0.0F, dy = 0.0F, qualX = 0.0F, qualY = 0.0F;
     const bool isMeasured =
-        I_ImageAlign1D(defect.number(), moved.number(), box.left, box.top, box.right - box.left + 1,
+        I_ImageAlign1D(defect.number(), under.number(), box.left, box.top, box.right - box.left + 1,
                        box.bottom - box.top + 1, kRange, kRange, &dx, &dy, &qualX, &qualY) != 0;
     I_SetError(0, "");
     if (!isMeasured)
@@ -109,14 +107,6 @@ void describeBox(const Image& defect, const Image& moved, const VexaBox& box, Al
     };
     take(alignment.x, qualX, contrastX, repeatX);
     take(alignment.y, qualY, contrastY, repeatY);
-}
-
-Image cut(const GreyRows& picture, const VexaBox& box)
-{
-    Pixels part(box.right - box.left + 1, box.bottom - box.top + 1, 1);
-    for (int32_t y = 0; y < part.rows; ++y)
-        std::copy_n(picture[box.top + y] + box.left, part.cols, part.row(y));
-    return Image(std::move(part));
 }
 
 class ShiftFinder
@@ -270,14 +260,15 @@ private:
         const auto wholeX = static_cast<int32_t>(std::lround(shift.x)),
                    wholeY = static_cast<int32_t>(std::lround(shift.y));
         for (VexaBox box : chosen_.boxes) {
-            const Image part = cut(defectRows_, box);
+            const Image part(cut(defectRows_, box));
             box = {box.left + wholeX, box.top + wholeY, box.right + wholeX, box.bottom + wholeY};
             const bool isInside = box.left >= 0 && box.top >= 0 && box.right < reference_.cols() &&
                                   box.bottom < reference_.rows();
             if (!isInside)
                 continue;
-            const Image moved = shifted(cut(referenceRows_, box), part, shift.x - wholeX, shift.y - wholeY);
-            describeBox(part, moved, {1, 1, part.cols() - 2, part.rows() - 2}, alignment);
+            const Image under =
+                moved(Image(cut(referenceRows_, box)), part, shift.x - wholeX, shift.y - wholeY);
+            describeBox(part, under, {1, 1, part.cols() - 2, part.rows() - 2}, alignment);
         }
     }
 
@@ -285,11 +276,11 @@ private:
                     int32_t start) const
     {
         const std::string in = std::string(" in ") + name;
-        if (isFlat || axis.contrast < kFlat) {
+        if (isFlat) {
             alignment.warnings.push_back("there is nothing to align on" + in);
             return;
         }
-        if (axis.quality < kPoorQuality)
+        if (axis.quality < kPoorQuality && axis.contrast >= kFlat)
             alignment.warnings.push_back("the shift" + in + " is not to be trusted: quality " +
                                          fixed(axis.quality, 2));
         if (std::fabs(axis.shift - start) > settings_.maxShift - 0.5)
@@ -347,14 +338,6 @@ private:
     std::vector<Candidate> candidates_;
 };
 
-// Each tile of the underlay moves to where it fits.
-void warpTiles(Image& under, const Image& defect, int32_t tile)
-{
-    constexpr int32_t kKeepRest = -1;
-    VexaPointF offset = {0.0F, 0.0F};
-    I_AlignSubtract1(defect.number(), under.number(), 0, &offset, tile, kKeepRest);
-}
-
 } // namespace
 
 const char* alignName(AlignMode mode)
@@ -387,24 +370,6 @@ Alignment findShift(const Image& reference, const Image& defect, const AlignSett
     if (settings.mode == AlignMode::tiles)
         alignment.method += " + tiles";
     return alignment;
-}
-
-Underlay underlay(const Image& reference, const Image& defect, const Alignment& alignment,
-                  const AlignSettings& settings)
-{
-    const double dx = alignment.x.shift, dy = alignment.y.shift;
-    Underlay result;
-    const auto low = [](double d) { return std::max(0, static_cast<int32_t>(std::ceil(-d - kWhole))); };
-    const auto high = [](double d, int32_t size) {
-        return std::min(size, static_cast<int32_t>(std::floor(size - d + kWhole))) - 1;
-    };
-    result.window = {low(dx), low(dy), high(dx, defect.cols()), high(dy, defect.rows())};
-    if (result.window.left > result.window.right || result.window.top > result.window.bottom)
-        throw Failure("with this offset the two pictures share no pixel");
-    result.image = shifted(reference, defect, dx, dy);
-    if (settings.mode == AlignMode::tiles)
-        warpTiles(result.image, defect, settings.tile);
-    return result;
 }
 
 std::string shiftSentence(const Alignment& alignment)

@@ -36,14 +36,6 @@ struct Alignment {
 // Both pictures are grey and of one size.
 Alignment findShift(const Image& reference, const Image& defect, const AlignSettings& settings);
 
-// The reference, moved so that it lies under the defect picture, and the part of it that has a source there.
-struct Underlay {
-    Image image;
-    VexaBox window = {};
-};
-Underlay underlay(const Image& reference, const Image& defect, const Alignment& alignment,
-                  const AlignSettings& settings);
-
 const char* alignName(AlignMode mode);
 // One line: shift, quality, contrast, repeat distance.
 std::string shiftSentence(const Alignment& alignment);

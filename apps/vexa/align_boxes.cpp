@@ -97,6 +97,14 @@ GreyRows::GreyRows(const Image& image) : cols_(image.cols()), rows_(image.rows()
         table_[static_cast<std::size_t>(y)] = copy_.row(y);
 }
 
+Pixels cut(const GreyRows& picture, const VexaBox& box)
+{
+    Pixels part(box.right - box.left + 1, box.bottom - box.top + 1, 1);
+    for (int32_t y = 0; y < part.rows; ++y)
+        std::copy_n(picture[box.top + y] + box.left, part.cols, part.row(y));
+    return part;
+}
+
 int64_t pixelsOf(const std::vector<VexaBox>& boxes)
 {
     int64_t sum = 0;

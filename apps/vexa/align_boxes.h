@@ -25,6 +25,9 @@ private:
     std::vector<const uint8_t*> table_;
 };
 
+// The pixels of a box that lies in the picture.
+Pixels cut(const GreyRows& picture, const VexaBox& box);
+
 // Edges that a shift in x moves, and edges that a shift in y moves.
 struct Structure {
     double x = 0.0;

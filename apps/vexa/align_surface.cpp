@@ -17,14 +17,6 @@ struct Brightness {
     double mean = 0.0, deviation = 0.0;
 };
 
-Pixels cut(const GreyRows& picture, const VexaBox& box)
-{
-    Pixels part(box.right - box.left + 1, box.bottom - box.top + 1, 1);
-    for (int32_t y = 0; y < part.rows; ++y)
-        std::copy_n(picture[box.top + y] + box.left, part.cols, part.row(y));
-    return part;
-}
-
 Brightness brightnessOf(const std::vector<Pixels>& parts)
 {
     std::array<int64_t, 256> counts = {};
