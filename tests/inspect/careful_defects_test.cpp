@@ -285,10 +285,7 @@ TEST_F(LiteralCarefulDefects, FlatImageHasNoDots)
     EXPECT_EQ(1, I_GetROIType());
     EXPECT_EQ(0, I_BlackenBraille(0, 12, 1, 30));
     forEachFailingAllocation([&] { return I_BlackenBraille(im, 12, 1, 30); },
-                             [](int64_t result) {
-                                 EXPECT_EQ(0, result);
-                                 EXPECT_EQ(2, I_GetError(nullptr, 0));
-                             });
+                             [](int64_t painted) { EXPECT_EQ(0, painted); });
 }
 
 } // namespace
