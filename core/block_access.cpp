@@ -18,6 +18,9 @@ namespace vexa
 namespace
 {
 
+// Instead of a result: the kind gave pixels of another type than its image had at the start of the call.
+constexpr int32_t kPixelsChanged = -1;
+
 // One block call: the rectangle, the caller's buffer, the image.
 struct BlockRequest {
     int32_t x;
@@ -36,10 +39,18 @@ int64_t imageRowBytes(const BlockRequest& request)
     return int64_t{request.width} * request.record.bytes;
 }
 
+// The type given to the open of a kind's image stands until the kind is asked for its size: so long it may be of another
+// width than the pixels.
+bool movesAsItIs(const BlockRequest& request)
+{
+    const ImageRecord& record = request.record;
+    return request.type == record.type && (!record.ops || record.bytes == I_ImTypeBytes(record.type));
+}
+
 int64_t bufferRowBytes(const BlockRequest& request)
 {
-    return request.type == request.record.type ? imageRowBytes(request)
-                                               : int64_t{request.width} * I_ImTypeBytes(request.type);
+    return movesAsItIs(request) ? imageRowBytes(request)
+                                : int64_t{request.width} * I_ImTypeBytes(request.type);
 }
 
 // A block of the image's own pixels for a conversion, which reads and writes the width of the type.
@@ -91,31 +102,34 @@ int32_t getByKind(const BlockRequest& request)
     ImageRecord& record = request.record;
     if (!record.getBlock)
         return 0;
+    const int64_t rowBytes = bufferRowBytes(request);
+    const int32_t bytes = record.bytes;
     Buffer<uint8_t> upright;
     uint8_t* target = request.buffer;
     if (record.inverted) {
-        upright = Buffer<uint8_t>(bufferRowBytes(request) * request.height);
+        upright = Buffer<uint8_t>(rowBytes * request.height);
         if (malloctest(upright.data(), "I_GetBlockType-3"))
             return 0;
         target = upright.data();
     }
     Buffer<uint8_t> own;
     uint8_t* readTarget = target;
-    if (request.type != record.type) {
+    if (!movesAsItIs(request)) {
         own = ownBlock(request);
         if (malloctest(own.data(), "I_GetBlockType-4"))
             return 0;
         readTarget = own.data();
     }
     record.getBlock(request.x, storageY(request), request.width, request.height, readTarget, &record);
+    if (record.bytes != bytes || (!own && record.type != request.type))
+        return kPixelsChanged;
     if (own) {
         ScaleRecord scale;
         SetupScale(&record, movedType(request.type), &scale, record.palette, record.palette, 0, 0, 1);
         convertRows({own.data(), imageRowBytes(request), movedType(record.type)},
-                    {target, bufferRowBytes(request), movedType(request.type)}, request.width, request.height,
-                    false, &scale);
+                    {target, rowBytes, movedType(request.type)}, request.width, request.height, false,
+                    &scale);
     }
-    const int64_t rowBytes = bufferRowBytes(request);
     if (record.inverted)
         copyRows({target, rowBytes, request.type},
                  {request.buffer, request.pitch > 0 ? request.pitch : rowBytes, request.type}, rowBytes,
@@ -129,6 +143,8 @@ int32_t putByKind(const BlockRequest& request)
     if (!record.putBlock)
         return 0;
     const int64_t rowBytes = bufferRowBytes(request);
+    const int32_t type = record.type;
+    const int32_t bytes = record.bytes;
     const int32_t y = storageY(request);
     Buffer<uint8_t> upright;
     uint8_t* block = request.buffer;
@@ -141,12 +157,14 @@ int32_t putByKind(const BlockRequest& request)
         block = upright.data();
     }
     Buffer<uint8_t> own;
-    if (request.type != record.type) {
+    if (!movesAsItIs(request)) {
         own = ownBlock(request);
         if (malloctest(own.data(), "I_PutBlockType-4"))
             return 0;
         if (keepsOtherBands(request.type, record.type) && record.getBlock)
             record.getBlock(request.x, y, request.width, request.height, own.data(), &record);
+        if (record.bytes != bytes)
+            return kPixelsChanged;
         ScaleRecord scale;
         SetupScale(&record, movedType(request.type), &scale, record.palette, record.palette, 0, 0, 0);
         convertRows({block, rowBytes, movedType(request.type)},
@@ -155,7 +173,17 @@ int32_t putByKind(const BlockRequest& request)
         block = own.data();
     }
     record.putBlock(request.x, y, request.width, request.height, block, &record);
+    if (record.type != type)
+        return kPixelsChanged;
     return saturateToInt32(int64_t{request.width} * request.height);
+}
+
+// A kind that has turned to other pixels since it was last asked gets a second chance, and no more.
+template <typename Call>
+int32_t withPresentPixels(const Call& call)
+{
+    const int32_t first = call();
+    return first == kPixelsChanged ? std::max(call(), 0) : first;
 }
 
 // The address of a storage row's pixel for the short cut of single rows; null where the short cut does not hold.
@@ -280,7 +308,7 @@ int32_t I_GetBlockTypeEx(int32_t x, int32_t y, int32_t width, int32_t height, vo
         return getDirect(request, pixels);
     if (type == kTypeRaw)
         request.type = record->type;
-    return getByKind(request);
+    return withPresentPixels([&] { return getByKind(request); });
 }
 
 int32_t I_PutBlockTypeEx(int32_t x, int32_t y, int32_t width, int32_t height, const void* buffer, int32_t im,
@@ -299,7 +327,7 @@ int32_t I_PutBlockTypeEx(int32_t x, int32_t y, int32_t width, int32_t height, co
         return putDirect(request, pixels);
     if (type == kTypeRaw)
         request.type = record->type;
-    return putByKind(request);
+    return withPresentPixels([&] { return putByKind(request); });
 }
 
 int32_t I_GetBlockType(int32_t x, int32_t y, int32_t width, int32_t height, void* buffer, int32_t im,

@@ -58,10 +58,9 @@ uint32_t lowWord(const void* pointer)
     return static_cast<uint32_t>(reinterpret_cast<uintptr_t>(pointer));
 }
 
-} // namespace
-
-int32_t clearBlock(int64_t x, int64_t y, int64_t width, int64_t height, const void* value, int32_t im,
-                   int32_t valueType)
+// Tells too whether the pixels of a kind's image turned to another type meanwhile; the rest is not written then.
+int32_t clearOnce(int64_t x, int64_t y, int64_t width, int64_t height, const void* value, int32_t im,
+                  int32_t valueType, bool& changed)
 {
     ImageRecord* const record = findImageRecord(im, "I_ImClearBlockType");
     if (!record || !record->putBlock)
@@ -78,10 +77,22 @@ int32_t clearBlock(int64_t x, int64_t y, int64_t width, int64_t height, const vo
                    saturateToInt32(bufferRows * rowBytes)))
         return 0;
     fillPixels(buffer, bufferRows * width, value, valueType, *record);
-    for (int64_t row = 0; row < height; row += bufferRows)
+    const int32_t type = record->type;
+    for (int64_t row = 0; row < height && record->type == type; row += bufferRows)
         record->putBlock(static_cast<int32_t>(x), static_cast<int32_t>(y + row), static_cast<int32_t>(width),
                          static_cast<int32_t>(std::min(bufferRows, height - row)), buffer.data(), record);
+    changed = record->type != type;
     return 1;
+}
+
+} // namespace
+
+int32_t clearBlock(int64_t x, int64_t y, int64_t width, int64_t height, const void* value, int32_t im,
+                   int32_t valueType)
+{
+    bool changed = false;
+    const int32_t done = clearOnce(x, y, width, height, value, im, valueType, changed);
+    return changed ? clearOnce(x, y, width, height, value, im, valueType, changed) : done;
 }
 
 } // namespace vexa

@@ -24,10 +24,12 @@ struct Rect {
     int32_t height;
 };
 
-// The bytes of a pixel in a block read with a type code.
+// The bytes of a pixel in a block read with a type code. Only an image of the library's own kinds has pixels of another
+// width than its type for good.
 int64_t blockPixelBytes(const ImageRecord& record, int32_t type)
 {
-    return type == kTypeRaw || type == record.type ? record.bytes : I_ImTypeBytes(type);
+    const bool itsOwn = type == kTypeRaw || (type == record.type && !record.ops);
+    return itsOwn ? record.bytes : I_ImTypeBytes(type);
 }
 
 bool touchesImage(const Rect& rect, const ImageRecord& record)

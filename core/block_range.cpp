@@ -111,11 +111,13 @@ NumberRows rowsOfImage(const ImageRecord& record, const uint8_t* pixels, int64_t
 // Types without a scan of their own, and images that are not addressable. False if the pixels cannot be read.
 bool convertedRange(const ImageRecord& record, int32_t im, Range& range)
 {
-    void* const block = I_DupBlockType(0, 0, record.cols, record.rows, im, PIX_FLOAT);
+    const int32_t cols = record.cols; // reading may change the size of a kind's image
+    const int32_t rows = record.rows;
+    void* const block = I_DupBlockType(0, 0, cols, rows, im, PIX_FLOAT);
     if (!block)
         return false;
-    const int64_t pitch = int64_t{record.cols} * static_cast<int64_t>(sizeof(float));
-    range = floatRange({static_cast<const uint8_t*>(block), pitch, record.cols, record.rows});
+    const int64_t pitch = int64_t{cols} * static_cast<int64_t>(sizeof(float));
+    range = floatRange({static_cast<const uint8_t*>(block), pitch, cols, rows});
     vexaFree(block);
     return true;
 }

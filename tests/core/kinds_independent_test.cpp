@@ -426,7 +426,7 @@ TEST_F(KindsIndependent, ReadsWhatNoFileHoldsAsZeros)
     EXPECT_EQ(1, I_ImGetParam(&got, 4, 0, im));
     EXPECT_EQ(8, got);
     Bytes block(12, 7);
-    I_GetBlockType(0, 0, 4, 3, block.data(), im, PIX_BYTE);
+    EXPECT_EQ(1, I_GetBlockType(0, 0, 4, 3, block.data(), im, PIX_BYTE)); // the error alone tells
     EXPECT_EQ(Bytes(12), block);
     EXPECT_EQ(18, I_GetError(nullptr, 0));
     EXPECT_EQ("filegetblock1(0 0 4 3)", errorText());
@@ -464,7 +464,7 @@ TEST_F(KindsIndependent, KeepsToTheFileThatItIsGiven)
     expected[17] = 101, expected[18] = 102, expected[27] = 103, expected[28] = 104;
     EXPECT_EQ(expected, bytesOfFile(file.name())); // closed, not removed, not cleared
     im = I_ImOpenFile(2, 2, 0, PIX_WORD, std::fopen(file.name(), "rb"));
-    EXPECT_EQ(0, I_PutBlockType(0, 0, 2, 2, pixels, im, PIX_BYTE) * 0);
+    EXPECT_EQ(4, I_PutBlockType(0, 0, 2, 2, pixels, im, PIX_BYTE)); // the error alone tells
     EXPECT_EQ(19, I_GetError(nullptr, 0));
     EXPECT_EQ("Disk full? Read Only? Opened for read?", errorText());
     I_ImClose(im);
@@ -540,5 +540,138 @@ TEST_F(KindsIndependent, FileImagesActLikeThoseInMemory)
             ASSERT_EQ(a, b) << type << ' ' << cols << ' ' << rows << ' ' << stride;
             closeImages({memory, file});
         }
+    }
+}
+
+TEST_F(KindsIndependent, RefusesKindsOutsideTheTable)
+{
+    for (const int32_t code : {32, 33, 1000}) {
+        clearError();
+        EXPECT_EQ(0, open(code));
+        EXPECT_EQ(25, I_GetError(nullptr, 0));
+        EXPECT_EQ("I_ImOpen (" + std::to_string(code) + ")", errorText());
+    }
+    EXPECT_EQ(0, I_ImCount());
+}
+
+TEST_F(KindsIndependent, MirrorsRowsOfInvertedFiles)
+{
+    const TempFile file;
+    file.write(counting(12));
+    const int32_t im = I_ImOpenFile(3, 4, 0, PIX_BYTE, std::fopen(file.name(), "r+b"));
+    int32_t inverted = 1;
+    I_ImSetParam(&inverted, 4, 19, im);
+    Bytes block(6);
+    EXPECT_EQ(1, I_GetBlockType(0, 1, 3, 2, block.data(), im, PIX_BYTE)); // rows 1 and 2 from below, turned
+    EXPECT_EQ((Bytes{7, 8, 9, 4, 5, 6}), block);
+    const uint8_t rows[6] = {101, 102, 103, 104, 105, 106};
+    EXPECT_EQ(6, I_PutBlockType(0, 2, 3, 2, rows, im, PIX_BYTE));
+    Bytes expected = counting(12);
+    std::copy_n(rows + 3, 3, expected.begin());
+    std::copy_n(rows, 3, expected.begin() + 3);
+    I_ImClose(im);
+    EXPECT_EQ(expected, bytesOfFile(file.name()));
+}
+
+TEST_F(KindsIndependent, SurvivesWindowsWithoutAddresses)
+{
+    const Directory directory;
+    ImageKindOps ops{};
+    ops.getSize = kindGetSize;
+    ops.getBlock = kindGetBlock;
+    ops.putBlock = kindPutBlock;
+    ops.open = kindOpen;
+    ASSERT_EQ(1, addimagetype(29, &ops));
+    for (const int32_t im : {I_ImOpenFile(6, 6, 0, PIX_BYTE, nullptr), open(29)}) {
+        const int32_t window = I_ImOpenSubimage(1, 1, 3, 2, im);
+        uint8_t block[16] = {};
+        I_GetBlockType(0, 0, 2, 2, block, window, PIX_BYTE);
+        I_PutBlockType(0, 0, 2, 2, block, window, PIX_BYTE);
+        I_GetBlockType(0, 0, 2, 1, block, window, PIX_BYTE);
+        I_ImClear(window, 7.0);
+        I_ImGet2DPtr(nullptr, nullptr, window, 0);
+        I_ImGetPtr(0, 0, nullptr, nullptr, window);
+        I_ImGetRange(nullptr, nullptr, window);
+        I_ImInvertRows(window);
+        I_ImConvertType(window, PIX_WORD);
+        I_FloodFill(0, 0, 3, window);
+        I_ImClose(window);
+        EXPECT_EQ(1, I_ImClose(im));
+    }
+}
+
+TEST_F(KindsIndependent, GivesPixelsOfItsPresentType)
+{
+    ImageKindOps ops{};
+    ops.getSize = kindGetSize;
+    ops.getPtr = kindGetPtr;
+    ASSERT_EQ(1, addimagetype(30, &ops));
+    kind.stride = 20;
+    kind.type = PIX_DWORD;
+    for (std::size_t i = 0; i < 20; ++i)
+        kind.pixels[4 * i] = static_cast<uint8_t>(i + 1);
+    int32_t im = open(30, PIX_BYTE); // this type stands until the kind is asked
+    int32_t block[20] = {};
+    EXPECT_EQ(1, I_GetBlockType(0, 1, 5, 2, block, im, PIX_DWORD));
+    for (int32_t i = 0; i < 10; ++i)
+        EXPECT_EQ(i + 6, block[i]);
+    I_ImClose(im);
+    im = open(30, PIX_BYTE);
+    std::vector<uint8_t> bytes(10); // as many as bytes need: none is written behind them
+    EXPECT_EQ(1, I_GetBlockType(0, 1, 5, 2, bytes.data(), im, PIX_BYTE));
+    EXPECT_EQ(PIX_DWORD, I_ImGetType(im));
+    kind.type = PIX_BYTE; // and the image turns to bytes, and back
+    EXPECT_EQ(1, I_GetBlockType(0, 0, 5, 2, block, im, PIX_DWORD));
+    EXPECT_EQ(PIX_BYTE, I_ImGetType(im));
+    EXPECT_EQ(1, block[0]);
+    EXPECT_EQ(6, block[5] + block[6]); // byte 20 is 6
+    kind.type = PIX_DWORD;
+    const uint8_t five[5] = {50, 51, 52, 53, 54};
+    EXPECT_EQ(5, I_PutBlockTypeEx(0, 2, 5, 1, five, im, PIX_BYTE, 0));
+    EXPECT_EQ(1, I_GetBlockTypeEx(0, 2, 5, 1, block, im, PIX_DWORD, 0));
+    std::vector<uint8_t> back(5);
+    EXPECT_EQ(1, I_GetBlockTypeEx(0, 2, 5, 1, back.data(), im, PIX_BYTE, 0));
+    EXPECT_EQ(Bytes(five, five + 5), back);
+    kind.type = PIX_BYTE;
+    EXPECT_EQ(1, I_ImClear(im, 9.0));
+    for (int32_t y = 0; y < 4; ++y)
+        for (int32_t x = 0; x < 5; ++x)
+            EXPECT_EQ(9, kind.pixels[static_cast<std::size_t>(20 * y + x)]);
+}
+
+TEST_F(KindsIndependent, SurvivesKindsThatChangeAtEachCall)
+{
+    static std::mt19937 random(9);
+    ImageKindOps ops{};
+    ops.getSize = [](int32_t* cols, int32_t* rows, int32_t* stride, int32_t* type) {
+        const int32_t types[] = {PIX_BYTE,     PIX_WORD,    PIX_FLOAT, PIX_DFLOAT,
+                                 PIX_DCOMPLEX, PIX_PALETTE, PIX_BGR24};
+        kind.type = types[random() % 7];
+        kind.cols = 1 + static_cast<int32_t>(random() % 12);
+        kind.rows = 1 + static_cast<int32_t>(random() % 12);
+        kind.stride = kind.cols * I_ImTypeBytes(kind.type);
+        *cols = kind.cols, *rows = kind.rows, *stride = kind.stride, *type = kind.type;
+        return 1;
+    };
+    ops.getPtr = [](int32_t x, int32_t y, int32_t* left, int32_t* stride) -> void* {
+        return x < 0 || y < 0 || x >= kind.cols || y >= kind.rows ? nullptr : kindGetPtr(x, y, left, stride);
+    };
+    ASSERT_EQ(1, addimagetype(23, &ops));
+    const int32_t im = open(23), other = byteImage(9, 9);
+    for (int32_t round = 0; round < 500; ++round) {
+        const int32_t w = 1 + static_cast<int32_t>(random() % 9), h = 1 + static_cast<int32_t>(random() % 9);
+        const int32_t types[] = {PIX_BYTE, PIX_WORD, PIX_FLOAT, PIX_DFLOAT, PIX_RGB24};
+        const int32_t type = types[random() % 5];
+        std::vector<uint8_t> block(static_cast<std::size_t>(w * h * I_ImTypeBytes(type)));
+        I_GetBlockType(0, 0, w, h, block.data(), im, type);
+        I_PutBlockType(0, 0, w, h, block.data(), im, type);
+        I_ImClear(im, 5.0);
+        I_ImGetRange(nullptr, nullptr, im);
+        I_ImageCopy(im, other);
+        I_ImageCopy(other, im);
+        vexaFree(I_DupBlockType(0, 0, w, h, im, type));
+        I_FloodFill(0, 0, round, im);
+        uint32_t histogram[256];
+        I_CalcHist(histogram, im);
     }
 }
