@@ -301,14 +301,9 @@ TEST_F(DibContrastIndependent, NormalizesToWhatTheRegionHolds)
         if (round % 3) {
             w = randomWindow(random, d);
             if (round % 6 == 5)
-                w.right = d.cols - 1; // the region comes too near: all of the picture
-            w.left = std::min(w.left, d.cols - 5), w.top = std::min(w.top, d.height() - 5);
-            if (w.right < d.cols - 1)
-                w.right = std::clamp(w.right, w.left, d.cols - 4);
-            if (w.bottom < d.height() - 1)
-                w.bottom = std::clamp(w.bottom, w.top, d.height() - 4);
+                w.right = d.cols - 1;
             I_SetWindowROI(w.left, w.top, w.right, w.bottom);
-            if (w.right == d.cols - 1 || w.bottom == d.height() - 1)
+            if (w.right > d.cols - 3 || w.bottom > d.height() - 3) // too near: all of the picture
                 w = {0, 0, d.cols - 1, d.height() - 1};
         } else {
             I_SetROIType(0);
@@ -358,7 +353,7 @@ TEST_F(DibContrastIndependent, NormalizesToWhatTheRegionHolds)
 TEST_F(DibContrastIndependent, EqualizesByTheCentralHalf)
 {
     for (int32_t round = 0; round < 60; ++round) {
-        const int32_t bits = round % 3 == 0 ? 24 : 8;
+        const int32_t bits = std::array{24, 8, 8, 8, 32, 1}[static_cast<std::size_t>(round % 6)];
         Dib d = randomDib(random, bits, between(random, 4, 40), between(random, 4, 30));
         for (uint8_t& p : d.pixels)
             p = static_cast<uint8_t>(p & 127);
@@ -440,4 +435,52 @@ TEST_F(DibContrastIndependent, InterlacesTwoFields)
     EXPECT_EQ(nullptr, SetDIBContrast(nullptr, 0, 0));
     EXPECT_EQ(nullptr, EqualizeDIBContrast(nullptr, 1));
     EXPECT_EQ(nullptr, I_NormalizeDIBLimited(nullptr, 1));
+}
+
+TEST_F(DibContrastIndependent, TurnsNoOtherRegionThanAWindow)
+{
+    const VexaPoint corners[4] = {{1, 1}, {9, 2}, {7, 6}, {2, 4}};
+    const Dib d = randomDib(random, 24, 12, 10);
+    void* handle = handleOf(d);
+    void* expected = handleOf(d);
+    Words table(256);
+    for (int16_t& w : table)
+        w = static_cast<int16_t>(random());
+    const Bytes bytes = low(table);
+    I_SetPolygonROI(corners, 4);
+    I_SetROIType(2);
+    const int32_t view = CreateDIBImage(expected);
+    I_RGBLUTMap(view, view, bytes.data(), bytes.data(), bytes.data());
+    I_ImClose(view);
+    SetDIBPalette(handle, table.data(), table.data(), table.data());
+    EXPECT_EQ(0, std::memcmp(vexaGlobalLock(expected), vexaGlobalLock(handle), vexaGlobalSize(handle)));
+    EXPECT_EQ(2, I_GetROIType());
+    VexaPoint after[4] = {};
+    EXPECT_EQ(4, I_GetPolygonROI(after, 4));
+    EXPECT_EQ(0, std::memcmp(corners, after, sizeof after));
+    vexaGlobalFree(handle);
+    vexaGlobalFree(expected);
+}
+
+TEST_F(DibContrastIndependent, TellsTheLevelsUnderTheDebugWord)
+{
+    static std::vector<std::string> boxes;
+    VexaPlatform mine{};
+    mine.size = sizeof mine;
+    mine.messageBox = [](const char* text, const char*, int32_t, int32_t) {
+        boxes.emplace_back(text);
+        return int32_t{VEXA_ANSWER_OK};
+    };
+    vexaSetPlatform(&mine);
+    Dib d = randomDib(random, 8, 10, 10);
+    for (std::size_t i = 0; i < d.pixels.size(); ++i)
+        d.pixels[i] = i % 2 ? 100 : 120;
+    void* handle = handleOf(d);
+    I_SetDebug(1);
+    NormalizeDIBContrast(handle);
+    I_SetDebug(0);
+    vexaSetPlatform(nullptr);
+    ASSERT_EQ(1u, boxes.size());
+    EXPECT_EQ("histrange=100 120 (20)", boxes[0]);
+    vexaGlobalFree(handle);
 }

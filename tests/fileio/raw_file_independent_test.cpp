@@ -408,3 +408,29 @@ TEST_F(RawIndependent, MakesBuffersOfWholeRows)
     EXPECT_EQ(1, I_DisableIPL(0));
     EXPECT_EQ(1, I_DisableIPL(77));
 }
+
+TEST_F(RawIndependent, TakesTiffFilesIntoFilesToo)
+{
+    Bytes pixels(30); // words that rise and stay positive
+    for (std::size_t i = 0; i < 30; ++i)
+        pixels[i] = static_cast<uint8_t>(3 * i + 1);
+    for (const int32_t samples : {1, 2, 3}) {
+        const int32_t at = 8 + 2 + 5 * 12 + 4;
+        file.write(
+            tiff({{256, 3, 1, 5}, {257, 3, 1, 2}, {270, 2, 8, at}, {273, 4, 1, at + 8}, {277, 3, 1, samples}},
+                 Bytes{'t', 'h', 'e', ' ', 't', 'e', 'x', 0} + pixels));
+        I_ImSetMemType(8);
+        const int32_t im = I_ReadImageFile(file.name());
+        I_ImSetMemType(0);
+        ASSERT_NE(0, im);
+        Bytes got(static_cast<std::size_t>(10 * samples));
+        I_GetBlockType(0, 0, 5, 2, got.data(), im, I_ImGetType(im));
+        EXPECT_EQ(Bytes(pixels.begin(), pixels.begin() + 10 * samples), got);
+        EXPECT_EQ(name(), commentOf(im));
+        double low = -1, high = -1;
+        I_GetPixValueRange(&low, &high, im);
+        EXPECT_EQ(samples == 2 ? pixels[0] + 256 * pixels[1] : 0, low);
+        EXPECT_EQ(samples == 2 ? pixels[18] + 256 * pixels[19] : 0, high);
+        I_ImClose(im);
+    }
+}

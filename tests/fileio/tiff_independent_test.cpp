@@ -651,3 +651,44 @@ TEST_F(TiffIndependent, ScalesWhileReading)
         I_ImClose(im);
     }
 }
+
+TEST_F(TiffIndependent, WritesOtherTypesAsTheirBytes)
+{
+    for (const int32_t type : {PIX_WORD, PIX_DWORD, PIX_FLOAT, PIX_DFLOAT, PIX_COMPLEX}) {
+        const int32_t im = image(7, 4, type, [](int32_t x, int32_t y) { return 900 * y + 31 * x; });
+        I_ComputePixelRange(0, im);
+        Bytes bytes(28);
+        for (int32_t y = 0; y < 4; ++y)
+            I_GetBlockType(0, y, 7, 1, &bytes[static_cast<std::size_t>(7 * y)], im, PIX_BYTE);
+        std::remove(file.name());
+        EXPECT_EQ(1, I_WriteTiffFile(file.name(), 0, 0, 0, 0, im));
+        EXPECT_EQ(written(7, 4, "", nullptr, false, bytes), bytesOfFile(file.name())) << type;
+        I_ImClose(im);
+    }
+}
+
+TEST_F(TiffIndependent, ReadsIntoOneBand)
+{
+    const Bytes data = counting(18);
+    file.write(data);
+    const int32_t im = image(3, 2, PIX_RGB24, [](int32_t, int32_t) { return 50; });
+    I_SetColorProcMode(1); // green
+    I_SetTiffColorModes(0, 1, 0);
+    FILE* f = std::fopen(file.name(), "rb");
+    EXPECT_EQ(1, I_ReadTiffWindow(f, 0, 0, 3, 2, im));
+    std::fclose(f);
+    Bytes expected;
+    for (std::size_t i = 0; i < 18; i += 3)
+        expected = expected + Bytes{50, static_cast<uint8_t>((data[i] + data[i + 1] + data[i + 2]) / 3), 50};
+    EXPECT_EQ(expected, bytesOf(im));
+}
+
+TEST_F(TiffIndependent, RefusesAFifteenthEntry)
+{
+    Tables tables = someTables();
+    const VexaTiffPalette palette = tables.palette();
+    I_SetTiffColorModes(1, 0, 0);
+    EXPECT_EQ(nullptr, I_WriteTiffHeader(file.name(), 4, 3, nullptr, 0, &palette));
+    EXPECT_EQ(36, I_GetError(nullptr, 0));
+    EXPECT_EQ("TIFF_TOO_MANY_IFDS", errorText());
+}
