@@ -247,9 +247,9 @@ Pattern makePattern(Random& random, const PatternSettings& settings)
         makeFields(pattern, random, settings);
     else
         makeArray(pattern, random, settings);
-    const int32_t low = -units(kBeyond);
+    constexpr int32_t low = -units(kBeyond);
     const int32_t high = units(settings.size + kBeyond);
-    std::erase_if(pattern.shapes, [low, high](const Shape& shape) {
+    std::erase_if(pattern.shapes, [high](const Shape& shape) {
         return shape.right <= low || shape.bottom <= low || shape.left >= high || shape.top >= high;
     });
     return pattern;
