@@ -1,14 +1,17 @@
 // The separable moving average with windows of fractional size.
 #include <algorithm>
+#include <atomic>
 #include <bit>
 #include <cmath>
 #include <cstring>
 #include <functional>
+#include <numeric>
 #include <utility>
 
 #include "core/image_memory.h"
 #include "core/image_table.h"
 #include "filters/frame.h"
+#include "operators/row_frames.h"
 #include "operators/working_type.h"
 #include "support/buffer.h"
 #include "support/numbers.h"
@@ -33,6 +36,10 @@ constexpr int32_t kMostShortWindow = 257;
 constexpr int32_t kMostShortScale = 511;
 // Between rows of sums of floats, so that they do not share cache sets where the width is a power of two.
 constexpr int32_t kFloatSumsGap = 72;
+// Pixels of a row that are summed as one where a window is summed by blocks.
+constexpr int32_t kFloatGroup = 8;
+// Narrower windows of floats are summed pixel by pixel where sums do not run.
+constexpr int32_t kNarrowestBlock = 16;
 
 // The exponents of floats that were met: twice the bits of the largest, and of the smallest that is not 0, less 1.
 struct Spread {
@@ -57,12 +64,25 @@ struct BoxParameter {
     int32_t weight; // of the end rows or columns, in units of 1/1024
     double inverse; // 1 over the area
     double edge;    // the weight for floats
-    void* sums;     // of each column, kept from line to line; null without memory
+    void* sums;     // of each column, kept from line to line, or of the blocks of a row; null without memory
+    bool pastCache; // floats of the result are written past the cache
+    int32_t aheadBytes; // of the source's next row, to be fetched with each pixel of this pass
     // Of a column window of floats:
     bool running; // its sums move on by the row that enters and the one that leaves
     Spread spread;
     int32_t phase; // within its block, where they do not
 };
+
+// Of the source's row that comes next, the share that belongs to n pixels of a pass: it comes nearer while they are
+// computed.
+inline void fetchAhead(const FrameLine& line, const BoxParameter& box, int32_t start, int32_t n)
+{
+    if (!line.ahead)
+        return;
+    const int64_t end = (int64_t{start} + n) * box.aheadBytes;
+    for (int64_t at = int64_t{start} * box.aheadBytes; at < end; at += 64)
+        __builtin_prefetch(line.ahead + at, 0, 2);
+}
 
 struct BoxFilters {
     FrameFilter columnBytes;
@@ -107,18 +127,19 @@ bool fitsShort(int32_t samples, int32_t scale)
     return samples <= kMostShortWindow && scale <= kMostShortScale;
 }
 
-// Room for the sums of a column window, or nothing without memory: a line is then summed anew.
-Buffer<uint8_t> columnSums(int32_t imDest, int32_t samples, int32_t type, const BoxParameter& box)
+// Room for the sums of a window, or nothing without memory: a line is then summed anew.
+Buffer<uint8_t> roomForSums(int64_t cols, const Window& x, const Window& y, int32_t type,
+                            const BoxParameter& box)
 {
-    int32_t cols = 0;
-    if (!I_ImGetSize(&cols, nullptr, nullptr, imDest))
-        return {};
-    if (type == PIX_BYTE)
-        return Buffer<uint8_t>(int64_t{cols} * (fitsShort(samples, box.scale) ? 2 : 4));
     constexpr int64_t kMostBytes = int64_t{1} << 30;
-    const int64_t bytes =
-        (int64_t{samples} + 1) * (int64_t{cols} + kFloatSumsGap) * static_cast<int64_t>(sizeof(double));
-    return samples > 0 && bytes <= kMostBytes ? Buffer<uint8_t>(bytes) : Buffer<uint8_t>();
+    int64_t bytes = 0;
+    if (type == PIX_BYTE && x.samples <= 1 && box.scale != 0)
+        bytes = (cols + 1) * (fitsShort(y.samples, box.scale) ? 2 : 4);
+    if (type == PIX_FLOAT && x.samples >= kNarrowestBlock)
+        bytes = (cols + 3 * (int64_t{x.samples} + kFloatGroup)) * static_cast<int64_t>(sizeof(double));
+    if (type == PIX_FLOAT && x.samples <= 1)
+        bytes = (int64_t{y.samples} + 1) * (cols + kFloatSumsGap) * static_cast<int64_t>(sizeof(double));
+    return bytes > 0 && bytes <= kMostBytes ? Buffer<uint8_t>(bytes) : Buffer<uint8_t>();
 }
 
 FrameFilter chooseByteFilter(int32_t width, int32_t height, const BoxParameter& box)
@@ -157,10 +178,13 @@ struct Pass {
                double{edge},
                nullptr,
                false,
+               I_ImTypeBytes(type),
+               false,
                {},
                0};
-        if (!rows && box.scale != 0)
-            sums = columnSums(imDest, y.samples, type, box);
+        int32_t cols = 0;
+        if (I_ImGetSize(&cols, nullptr, nullptr, imDest))
+            sums = roomForSums(cols, x, y, type, box);
         box.sums = sums.data();
         const BoxFilters& filters = VEXA_ROWS(kBoxFilters);
         filter = type == PIX_BYTE ? chooseByteFilter(x.samples, y.samples, box)
@@ -195,8 +219,10 @@ void runPair(const FrameLine& line, void* user)
     const int32_t reach = samples / 2;
     pair.border.padRow(pair.line, line.count, reach, reach, pair.pixelBytes);
     void* padded = pair.line - int64_t{reach} * pair.pixelBytes;
-    const FrameLine across = {line.x0, line.y,     samples, 1,    &padded, line.out,
-                              nullptr, line.count, false,   true, nullptr};
+    const uint8_t* const restAhead =
+        line.ahead ? line.ahead + int64_t{line.count} * pair.columns.box.aheadBytes : nullptr;
+    const FrameLine across = {line.x0, line.y,     samples, 1,    &padded,  line.out,
+                              nullptr, line.count, false,   true, restAhead};
     pair.rows.filter(across, &pair.rows.box);
 }
 
@@ -238,12 +264,19 @@ bool smoothLineByLine(int32_t imSrc, int32_t imDest, float width, float height, 
     Pass columns(imSrc, imDest, 1.0F, height);
     Pass rows(imDest, imDest, width, 1.0F);
     const int32_t pixelBytes = I_ImTypeBytes(rows.type);
+    const int64_t resultBytes = (int64_t{box.right} + 1) * (int64_t{box.bottom} - box.top + 1) * pixelBytes;
+    rows.box.pastCache = resultBytes >= kBytesPastCache;
+    rows.box.aheadBytes = pixelBytes / 2;
+    columns.box.aheadBytes -= rows.box.aheadBytes;
     const int64_t pads = rows.x.samples;
     Buffer<uint8_t> line((int64_t{box.right} + 1 + pads) * pixelBytes + kFrameSlack);
     if (!line)
         return false;
     PassPair pair = {columns, rows, BorderRule(rows.type), pixelBytes, line.data() + pads / 2 * pixelBytes};
     runFrame(imSrc, imDest, 1, columns.y.samples, &pair, runPair, rows.type, FrameOutput::straight);
+    if (rows.box.pastCache)
+        std::atomic_thread_fence(
+            std::memory_order_seq_cst); // stores past the cache keep no order of themselves
     return true;
 }
 

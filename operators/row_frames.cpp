@@ -28,8 +28,6 @@ struct State {
 };
 State state;
 
-// A result of this size finds its first rows gone from the cache when its last ones are written.
-constexpr int64_t kBytesPastCache = int64_t{8} << 20;
 // The widest pixel of an image: what a raw block may hold per pixel.
 constexpr int32_t kMostPixelBytes = 16;
 

@@ -18,6 +18,8 @@ struct FramePosition {
 };
 const FramePosition& framePosition();
 
+// A result of this size finds its first rows gone from the cache when its last ones are written.
+inline constexpr int64_t kBytesPastCache = int64_t{8} << 20;
 // True while a frame fills a result that is too large to stay in the cache: a row function may then write past it.
 bool resultPassesCache();
 

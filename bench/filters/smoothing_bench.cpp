@@ -19,13 +19,14 @@ const bool kMean = add({.name = "mean 3x3",
                             }});
 
 // The two rounded passes of a box window. The sizes without a target show that the window costs nothing.
-bool addBox(int32_t window, double target, int32_t type = PIX_BYTE)
+bool addBox(int32_t window, double target, int32_t type)
 {
     const std::string size = std::to_string(window);
-    return add({.name = "box " + size + "x" + size + (type == PIX_FLOAT ? ", float" : ""),
+    const char* const suffix = type == PIX_FLOAT ? ", float" : type == PIX_WORD ? ", word" : "";
+    return add({.name = "box " + size + "x" + size + suffix,
                 .sourceType = type,
                 .destType = type,
-                .bytesMoved = type == PIX_FLOAT ? 8.0 : 2.0,
+                .bytesMoved = 2.0 * I_ImTypeBytes(type),
                 .target = target,
                 .peerName = "opencv blur",
                 .ours =
@@ -37,14 +38,18 @@ bool addBox(int32_t window, double target, int32_t type = PIX_BYTE)
                         cv::blur(s.peerA, s.peerDest, {window, window});
                     }});
 }
-const bool kBox3 = addBox(3, 0);
-const bool kBox5 = addBox(5, 0.45);
-const bool kBox15 = addBox(15, 0.7);
-const bool kBox31 = addBox(31, 0.75);
-const bool kBox101 = addBox(101, 0);
-const bool kBox3Float = addBox(3, 0, PIX_FLOAT);
-const bool kBox15Float = addBox(15, 0.6, PIX_FLOAT);
-const bool kBox101Float = addBox(101, 0, PIX_FLOAT);
+
+bool addBoxes()
+{
+    for (const int32_t window : {3, 5, 7, 9, 15, 21, 31, 51, 101}) {
+        const double target = window == 5 ? 0.45 : window == 15 ? 0.7 : window == 31 ? 0.75 : 0.0;
+        addBox(window, target, PIX_BYTE);
+        addBox(window, 0, PIX_WORD);
+        addBox(window, window == 15 ? 0.6 : 0.0, PIX_FLOAT);
+    }
+    return true;
+}
+const bool kBoxes = addBoxes();
 
 const bool kSharpen = add({.name = "sharpen 3x3",
                            .bytesMoved = 2,
