@@ -403,4 +403,49 @@ TEST(IndependentConvolution, KnowsTheListedCases)
     closeImages({im, out, complex});
 }
 
+TEST(IndependentConvolution, ClipsByTheTableNotByTheWord)
+{
+    const int32_t im = image(2, 2, PIX_COMPLEX), out = image(2, 2, PIX_COMPLEX);
+    const VexaPointF p = {3, -4};
+    VexaPointF q = {};
+    for (int32_t k = 0; k < 4; ++k)
+        I_PutBlockType(k % 2, k / 2, 1, 1, &p, im, PIX_COMPLEX);
+    VexaPointF one[] = {{1, 0}};
+    Kernel kernel = {};
+    kernel.cols = kernel.rows = 1, kernel.complexData = one;
+    I_SetROIType(0);
+    const bool fresh = testing::UnitTest::GetInstance()->test_to_run_count() == 1;
+    I_Convolve(im, out, &kernel, PIX_COMPLEX);
+    I_GetBlockType(1, 1, 1, 1, &q, out, PIX_COMPLEX);
+    EXPECT_EQ(q.x, fresh ? 5.0f : 3.0f); // the magnitude before any mode was set
+    I_SetClipMode(1);
+    I_Convolve(im, out, &kernel, PIX_COMPLEX);
+    I_GetBlockType(1, 1, 1, 1, &q, out, PIX_COMPLEX);
+    EXPECT_EQ(q.x, 3.0f);
+    EXPECT_EQ(q.y, -4.0f);
+    // A mode that does not exist leaves the table of the one before.
+    const int32_t bytes = noiseImage(9, 7, 1),
+                  floats = floatImage(9, 7, [](int32_t x, int32_t y) { return x * y % 7; });
+    const int32_t a = byteImage(9, 7), b = byteImage(9, 7), c = floatImage(9, 7), d = floatImage(9, 7);
+    for (int32_t mode = 0; mode < 8; ++mode) {
+        const auto run = [&](int32_t asBytes, int32_t asFloats) {
+            int32_t edge[] = {-1, -1, -1, 0, 0, 0, 1, 1, 1}, wide[] = {-3, 0, 1, 1, 3};
+            I_Sharpen(bytes, asBytes, 40, 1, 1);
+            I_MxNConvolve(5, 1, wide, 1, asBytes, asBytes);
+            I_MxNConvolve(3, 3, edge, 2, asBytes, asBytes);
+            I_Sharpen(floats, asFloats, 40, 1, 1);
+            I_MxNConvolve(5, 1, wide, 1, asFloats, asFloats);
+        };
+        I_SetClipMode(mode);
+        run(a, c);
+        EXPECT_EQ(I_SetClipMode(8), mode);
+        run(b, d);
+        EXPECT_EQ(bytesOf(a), bytesOf(b)) << mode;
+        EXPECT_EQ(bytesOf(c), bytesOf(d)) << mode;
+    }
+    I_SetClipMode(1);
+    clearError();
+    closeImages({im, out, bytes, floats, a, b, c, d});
+}
+
 } // namespace

@@ -22,7 +22,7 @@ int32_t edge(int32_t src, int32_t dst, int32_t M, int32_t N_)
 }
 
 template <typename T>
-int64_t sobelSum(const Call& c, int32_t i)
+int32_t sobelSum(const Call& c, int32_t i)
 {
     const auto v = nine<T>(c, i);
     const auto d = [&](int k) { return static_cast<double>(v[static_cast<std::size_t>(k)]); };
@@ -30,14 +30,14 @@ int64_t sobelSum(const Call& c, int32_t i)
         static_cast<int64_t>(static_cast<float>(2 * d(W) - 2 * d(E) + d(NW) + d(SW) - d(NE) - d(SE)));
     const auto gy =
         static_cast<int64_t>(static_cast<float>(2 * d(N) - 2 * d(S) + d(NE) + d(NW) - d(SE) - d(SW)));
-    return std::abs(gx) + std::abs(gy);
+    return static_cast<int32_t>(static_cast<uint32_t>(std::abs(gx) + std::abs(gy))); // wraps
 }
 
 int32_t sobel(int32_t src, int32_t dst)
 {
     if (widest(src, dst) < 2)
         return frame(src, dst, 3, 3, PIX_BYTE, each<uint8_t>([](const Call& c, int32_t i) {
-                         return std::min<int64_t>(sobelSum<uint8_t>(c, i), 255);
+                         return std::min(sobelSum<uint8_t>(c, i), 255);
                      }));
     return frame(src, dst, 3, 3, PIX_FLOAT, each<float>([dst](const Call& c, int32_t i) {
                      return std::min(static_cast<float>(sobelSum<float>(c, i)), rangeHigh(dst));
