@@ -407,6 +407,26 @@ TEST(IndependentProfile, DrawnLines)
     clearError();
 }
 
+TEST(IndependentProfile, ColourBesideTheStatisticMode)
+{
+    const int32_t im = I_ImOpen(3, 1, PIX_BGR24);
+    const uint8_t pixels[9] = {1, 2, 3, 10, 20, 30, 40, 50, 61};
+    I_PutBlockType(0, 0, 3, 1, pixels, im, PIX_BGR24);
+    const VexaPoint from{2, 0}, to{0, 0};
+    for (const auto& [mode, first] :
+         {std::pair{0, 61}, std::pair{2, 40}, std::pair{-2, 50}, std::pair{3, 50}}) {
+        I_SetStatsProcMode(mode);
+        I_ResetColorProcMode();
+        uint8_t bytes[3] = {};
+        EXPECT_EQ(I_GetLineProfile(im, &from, &to, bytes), 3);
+        EXPECT_EQ(bytes[0], first) << mode;
+        EXPECT_EQ(I_GetColorProcMode(), 3); // put back
+    }
+    I_SetStatsProcMode(-2);
+    I_ResetColorProcMode();
+    closeImages({im});
+}
+
 TEST(IndependentProfile, WindowSums)
 {
     Random random(536);

@@ -418,6 +418,18 @@ TEST(IndependentEdgeShape, LiteralCases)
     EXPECT_EQ(edges, 0);
     EXPECT_EQ(minsep, 0.0F);
     clearError();
+    for (const int32_t margin : {-40, -5, -4, -3, 0}) { // no circle, or hardly one
+        const int32_t ramp = byteImage(40, 40, [](int32_t x, int32_t y) { return 4 * x + y; });
+        I_SetROIType(0);
+        const Shape10 expected = PlainShape(ramp, 110, box, margin).out;
+        EXPECT_EQ(
+            I_EdgeShape(ramp, 110, &box, margin, &edges, &minsep, &width, nullptr, nullptr, nullptr, nullptr),
+            expected.result)
+            << margin;
+        EXPECT_EQ(edges, expected.edges) << margin;
+        clearError();
+        closeImages({ramp});
+    }
     // a dark contact wholly inside the circle
     const int32_t contact =
         byteImage(60, 60, [](int32_t x, int32_t y) { return std::hypot(x - 30, y - 30) < 5 ? 20 : 200; });
