@@ -37,7 +37,7 @@ void resampleWhole(const T* src, int32_t n, T* dst, int32_t m, double offset, do
         return;
     }
     if (scale < 1.0) {
-        int32_t i = std::min(pos >> 16, n - 1);
+        int32_t i = std::clamp(pos >> 16, 0, n - 1);
         int64_t tail = (int64_t{src[i]} * (pos & 0xffff)) >> 16;
         for (; k < m; ++k) {
             const int64_t head = src[i] - tail;
@@ -82,7 +82,7 @@ void resampleFloat(const float* src, int32_t n, float* dst, int32_t m, double of
         return;
     }
     if (scale < 1.0) {
-        int32_t i = std::min(pos >> 16, n - 1);
+        int32_t i = std::clamp(pos >> 16, 0, n - 1);
         float tail = src[i] * static_cast<float>((pos & 0xffff) * unit);
         for (; k < m; ++k) {
             float sum = src[i] - tail;
@@ -249,7 +249,7 @@ TEST(IndependentResample, EveryType)
         for (std::vector<uint8_t>* bytes : {&source, &before}) {
             const int32_t count = bytes == &source ? n : m;
             bytes->resize(static_cast<std::size_t>(count * each));
-            const auto values = randomArray<int32_t>(random, count * 2);
+            const auto values = randomArray<int32_t>(random, count * 4);
             for (int32_t i = 0; i < count * each / 4 && (type >= 3 && type <= 7); ++i)
                 put<float>(bytes->data(), i, static_cast<float>(values[static_cast<std::size_t>(i)]));
             for (int32_t i = 0; i < count && type == PIX_DFLOAT; ++i)
