@@ -101,7 +101,7 @@ void resampleFloat(const float* src, int32_t n, float* dst, int32_t m, double of
             dst[k - 1] = src[std::clamp(pos >> 16, 0, n - 1)];
         for (; k < m && (pos >> 16) < n - 1; ++k, pos = advance(pos, step)) {
             const int32_t i = pos >> 16;
-            dst[k] = static_cast<float>((double{src[i + 1]} - src[i]) * ((pos & 0xffff) * unit) + src[i]);
+            dst[k] = (src[i + 1] - src[i]) * static_cast<float>((pos & 0xffff) * unit) + src[i];
         }
     }
     for (; k < m; ++k)
