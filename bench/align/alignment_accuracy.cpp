@@ -137,13 +137,25 @@ Estimate profiles(const Pair& pair)
     return {double{dx}, double{dy}};
 }
 
-// The first alignment of its own, then its tiles.
-Estimate tiles(const Pair& pair)
+// One tile over the whole picture, from a start.
+Estimate oneTile(const Pair& pair, VexaPointF shift)
+{
+    I_AlignSubtract1(pair.reference.number(), pair.defect.number(), 0, &shift, 0, 0);
+    return {double{shift.x}, double{shift.y}};
+}
+
+// From the first alignment of its own.
+Estimate automaticTile(const Pair& pair)
 {
     VexaPointF shift = {};
     I_AlignSubtract1(pair.reference.number(), pair.defect.number(), 0, &shift, -1, 0);
-    I_AlignSubtract1(pair.reference.number(), pair.defect.number(), 0, &shift, pair.defect.cols() / 4, 0);
-    return {double{shift.x}, double{shift.y}};
+    return oneTile(pair, shift);
+}
+
+Estimate tileFromWholePixel(const Pair& pair)
+{
+    const Estimate start = profiles(pair);
+    return oneTile(pair, {static_cast<float>(std::round(start.x)), static_cast<float>(std::round(start.y))});
 }
 
 Estimate program(const Pair& pair)
