@@ -194,10 +194,15 @@ struct Method {
 };
 
 constexpr std::array kMethods = {
-    Method{"vexa align", program, true},    Method{"I_SmartAlign", smart},
-    Method{"I_WindowSearch", windowSearch}, Method{"I_ImageAlign1D", profiles},
-    Method{"I_AlignSubtract1", tiles},      Method{"opencv matchTemplate, parabola", matched},
-    Method{"opencv findTransformECC", ecc}, Method{"opencv phaseCorrelate", phase},
+    Method{"vexa align", program, true},
+    Method{"I_SmartAlign", smart},
+    Method{"I_WindowSearch", windowSearch},
+    Method{"I_ImageAlign1D", profiles},
+    Method{"I_AlignSubtract1, automatic", automaticTile},
+    Method{"I_AlignSubtract1, from a whole pixel", tileFromWholePixel},
+    Method{"opencv matchTemplate, parabola", matched},
+    Method{"opencv findTransformECC", ecc},
+    Method{"opencv phaseCorrelate", phase},
 };
 
 struct Axis {
