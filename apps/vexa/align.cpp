@@ -129,22 +129,7 @@ public:
         alignment.x.shift = best.shift.x;
         alignment.y.shift = best.shift.y;
         describe(best.shift, alignment);
-        warnOfAxis(alignment, "x", alignment.x, chosen_.isFlatX, settings_.start.x);
-        warnOfAxis(alignment, "y", alignment.y, chosen_.isFlatY, settings_.start.y);
-        if (chosen_.isFlatX && chosen_.isFlatY)
-            return alignment;
-        for (const char* axis :
-             {wasFlatX_ && !chosen_.isFlatX ? "x" : "", wasFlatY_ && !chosen_.isFlatY ? "y" : ""})
-            if (*axis)
-                alignment.warnings.push_back(std::string("only edges near the border tell the shift in ") +
-                                             axis);
-        if (best.shift.isOneWay)
-            alignment.warnings.push_back("all edges run one way: the shift along them is not defined");
-        if (isLikely(best.shift))
-            warnOfRivals(alignment, compared);
-        else
-            alignment.warnings.push_back(
-                "the shift is not to be trusted: the pictures have little in common there");
+        warn(alignment, best.shift, compared);
         return alignment;
     }
 
@@ -195,16 +180,19 @@ private:
     {
         start.x = std::clamp<double>(start.x, range_.left, range_.right);
         start.y = std::clamp<double>(start.y, range_.top, range_.bottom);
-        for (const Candidate& known : candidates_)
-            if (areNear(known.shift, start.x, start.y))
-                return;
+        if (isKnown(start))
+            return;
         constexpr double kCoarse = 0.1;
         const FineShift shift =
             refineShift(referenceRows_, defectRows_, compared_, start.x, start.y, kCoarse);
-        for (const Candidate& known : candidates_)
-            if (areNear(known.shift, shift.x, shift.y))
-                return;
-        candidates_.push_back({method, shift});
+        if (!isKnown(shift))
+            candidates_.push_back({method, shift});
+    }
+
+    bool isKnown(const FineShift& shift) const
+    {
+        return std::any_of(candidates_.begin(), candidates_.end(),
+                           [&](const Candidate& known) { return areNear(known.shift, shift.x, shift.y); });
     }
 
     // On all that the two pictures share, where there may be more.
@@ -225,10 +213,12 @@ private:
     }
 
     // The candidate that leaves least; of equals the one nearest to the start.
-    Candidate choose()
+    Candidate choose() const
     {
         if (candidates_.empty())
             return {"start", unmoved()};
+        if (settings_.mode == AlignMode::smart)
+            return labelled(candidates_.front()); // the others can only put it in doubt
         constexpr double kEqual = 1.02;
         const auto least = std::min_element(
             candidates_.begin(), candidates_.end(),
@@ -241,10 +231,15 @@ private:
         for (const Candidate& candidate : candidates_)
             if (candidate.shift.left <= most && way(candidate) < way(best))
                 best = candidate;
-        if (std::fabs(best.shift.x - settings_.start.x) < kWhole &&
-            std::fabs(best.shift.y - settings_.start.y) < kWhole)
-            best.method = "start";
-        return best;
+        return labelled(best);
+    }
+
+    Candidate labelled(Candidate found) const
+    {
+        if (std::fabs(found.shift.x - settings_.start.x) < kWhole &&
+            std::fabs(found.shift.y - settings_.start.y) < kWhole)
+            found.method = "start";
+        return found;
     }
 
     FineShift unmoved() const
@@ -270,6 +265,26 @@ private:
                 moved(Image(cut(referenceRows_, box)), part, shift.x - wholeX, shift.y - wholeY);
             describeBox(part, under, {1, 1, part.cols() - 2, part.rows() - 2}, alignment);
         }
+    }
+
+    // The shift as it was compared with others tells its rivals, as it was measured at last all else.
+    void warn(Alignment& alignment, const FineShift& shift, const FineShift& compared) const
+    {
+        const auto add = [&](const char* words) { alignment.warnings.push_back(words); };
+        warnOfAxis(alignment, "x", alignment.x, chosen_.isFlatX, settings_.start.x);
+        warnOfAxis(alignment, "y", alignment.y, chosen_.isFlatY, settings_.start.y);
+        if (chosen_.isFlatX && chosen_.isFlatY)
+            return;
+        if (wasFlatX_ && !chosen_.isFlatX)
+            add("only edges near the border tell the shift in x");
+        if (wasFlatY_ && !chosen_.isFlatY)
+            add("only edges near the border tell the shift in y");
+        if (shift.isOneWay)
+            add("all edges run one way: the shift along them is not defined");
+        else if (isLikely(shift))
+            warnOfRivals(alignment, compared);
+        if (!isLikely(shift))
+            add("the shift is not to be trusted: the pictures have little in common there");
     }
 
     void warnOfAxis(Alignment& alignment, const char* name, const AxisShift& axis, bool isFlat,
