@@ -423,6 +423,19 @@ TEST(IndependentConvolution, ClipsByTheTableNotByTheWord)
     I_GetBlockType(1, 1, 1, 1, &q, out, PIX_COMPLEX);
     EXPECT_EQ(q.x, 3.0f);
     EXPECT_EQ(q.y, -4.0f);
+    // Floats are held in the range that the operator before has set: that of bytes.
+    const int32_t steep = floatImage(2, 2, [](int32_t x, int32_t y) { return 900 * x - 100 * y; }),
+                  held = floatImage(2, 2);
+    float unit[] = {1};
+    kernel.kernelData = unit;
+    const int32_t byte = byteImage(2, 2);
+    NarrowestPixelType(steep, byte, 4095, 0);
+    I_Convolve(steep, held, &kernel, PIX_FLOAT);
+    EXPECT_THAT(rowOf(held, 1), testing::ElementsAre(0, 255));
+    NarrowestPixelType(steep, held, 4095, 0);
+    I_Convolve(steep, held, &kernel, PIX_FLOAT);
+    EXPECT_THAT(rowOf(held, 1), testing::ElementsAre(-100, 800));
+    closeImages({steep, held, byte});
     // A mode that does not exist leaves the table of the one before.
     const int32_t bytes = noiseImage(9, 7, 1),
                   floats = floatImage(9, 7, [](int32_t x, int32_t y) { return x * y % 7; });
