@@ -32,8 +32,10 @@ void resampleWhole(const T* src, int32_t n, T* dst, int32_t m, double offset, do
     for (; (pos >> 16) < 0 && k < m; ++k)
         pos = advance(pos, step);
     if (!interp) {
-        for (pos = advance(pos, 32768); k < m; ++k, pos = advance(pos, step))
-            dst[k] = src[std::min(pos >> 16, n - 1)];
+        for (pos = advance(pos, 32768); k < m && (pos >> 16) < n; ++k, pos = advance(pos, step))
+            dst[k] = src[pos >> 16];
+        for (; k < m; ++k)
+            dst[k] = src[n - 1];
         return;
     }
     if (scale < 1.0) {
@@ -77,8 +79,11 @@ void resampleFloat(const float* src, int32_t n, float* dst, int32_t m, double of
     for (; (pos >> 16) < 0 && k < m; ++k)
         pos = advance(pos, step);
     if (!interp) {
-        for (pos = truncated(pos + scale * step * 0.5); k < m; ++k, pos = advance(pos, step))
-            dst[k] = src[std::min(pos >> 16, n - 1)];
+        for (pos = truncated(pos + scale * step * 0.5); k < m && (pos >> 16) < n;
+             ++k, pos = advance(pos, step))
+            dst[k] = src[pos >> 16];
+        for (; k < m; ++k)
+            dst[k] = src[n - 1];
         return;
     }
     if (scale < 1.0) {
