@@ -25,10 +25,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t count)
     FILE* const open = readrawheader(file->name(), nullptr, nullptr, &stride, nullptr, &type, comment);
     if (open) {
         const int32_t target = I_ImOpen(30, 20, PIX_BYTE + numbers.byte() % 4);
+        // Near the target: between the two lies a block of the size that the caller asks for, not the file.
+        const int32_t x = numbers.byte() - 100;
+        const int32_t y = numbers.byte() - 100;
+        const int32_t cols = numbers.coordinate();
+        const int32_t rows = numbers.coordinate();
         // The file is closed with the picture that is made of it, and stays open where none can be.
         if (I_ImCount() < 290)
-            freadwindow(open, type % 24, numbers.coordinate(), numbers.coordinate(), numbers.coordinate(),
-                        numbers.coordinate(), target);
+            freadwindow(open, type % 24, x, y, cols, rows, target);
     }
     I_ImCloseAll();
     return 0;
