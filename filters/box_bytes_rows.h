@@ -63,14 +63,15 @@ template <typename Sum, typename SumsOf>
 {
     const Sum factor = scaleFactor(Sum{}, scale);
     auto* const pairs = reinterpret_cast<BytePair*>(out);
+    const int32_t count = n / 2;
     VEXA_INDEPENDENT
-    for (int32_t i = 0; i < n / 2; ++i) {
+    for (int32_t i = 0; i < count; ++i) {
         const PairOf<Sum> sums = sumsOf(i);
         pairs[i].value =
             static_cast<uint16_t>(scaleSum(sums.left, factor) | scaleSum(sums.right, factor) << 8);
     }
     if (n % 2 != 0)
-        out[n - 1] = static_cast<uint8_t>(scaleSum(sumsOf(n / 2).left, factor));
+        out[n - 1] = static_cast<uint8_t>(scaleSum(sumsOf(count).left, factor));
 }
 
 // The same for windows whose ends, low and high, were counted in full and have a weight of their own, unless it is 0.
