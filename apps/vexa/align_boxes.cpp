@@ -1,6 +1,7 @@
 #include "align_boxes.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdlib>
 
@@ -68,19 +69,44 @@ bool isFlat(double products, double squares, int64_t count)
 struct Cell {
     VexaBox box;
     Structure structure;
+    int32_t sector; // of the region
     bool isTaken = false;
 };
 
-// The cell that adds most to the direction that has least so far.
-Cell* next(std::vector<Cell>& cells, const Structure& sum)
+// The region in three by three parts. Boxes come from all of them in turn: where the pictures are turned against each other
+// or distorted, the shift is that of the middle.
+class Sectors
 {
-    const double Structure::*const wanted = sum.x <= sum.y ? &Structure::x : &Structure::y;
-    Cell* best = nullptr;
-    for (Cell& cell : cells)
-        if (!cell.isTaken && (!best || cell.structure.*wanted > best->structure.*wanted))
-            best = &cell;
-    return best;
-}
+public:
+    static int32_t of(int32_t i, int32_t across, int32_t j, int32_t down)
+    {
+        return j * kSide / down * kSide + i * kSide / across;
+    }
+
+    // Of the sectors that gave least boxes so far, the cell that adds most to the direction that has least so far.
+    Cell* next(std::vector<Cell>& cells, const Structure& sum)
+    {
+        const double Structure::*const wanted = sum.x <= sum.y ? &Structure::x : &Structure::y;
+        const auto isBetter = [&](const Cell& cell, const Cell& other) {
+            const int32_t given = given_[index(cell)], otherGiven = given_[index(other)];
+            return given != otherGiven ? given < otherGiven
+                                       : cell.structure.*wanted > other.structure.*wanted;
+        };
+        Cell* best = nullptr;
+        for (Cell& cell : cells)
+            if (!cell.isTaken && (!best || isBetter(cell, *best)))
+                best = &cell;
+        if (best)
+            ++given_[index(*best)];
+        return best;
+    }
+
+private:
+    static constexpr int32_t kSide = 3;
+    static std::size_t index(const Cell& cell) { return static_cast<std::size_t>(cell.sector); }
+
+    std::array<int32_t, kSide* kSide> given_ = {};
+};
 
 } // namespace
 
@@ -135,14 +161,17 @@ MeasuringBoxes chooseBoxes(const GreyRows& picture, const VexaBox& region, int64
             for (int32_t y = top; y <= bottom && left <= right; y += stride)
                 sums.add(rowSteps(picture, left, y, right - left + 1));
             all.add(sums);
-            cells.push_back({box, {std::max(sums.alongX, 0.0), std::max(sums.alongY, 0.0)}});
+            cells.push_back({box,
+                             {std::max(sums.alongX, 0.0), std::max(sums.alongY, 0.0)},
+                             Sectors::of(i, across, j, down)});
         }
     if (all.count > 0) {
         chosen.isFlatX = isFlat(all.alongX, all.squaresX, all.count);
         chosen.isFlatY = isFlat(all.alongY, all.squaresY, all.count);
     }
     Structure sum;
-    for (Cell* cell = next(cells, sum); cell; cell = next(cells, sum)) {
+    Sectors sectors;
+    for (Cell* cell = sectors.next(cells, sum); cell; cell = sectors.next(cells, sum)) {
         cell->isTaken = true;
         chosen.boxes.push_back(cell->box);
         sum.x += cell->structure.x;
