@@ -183,8 +183,7 @@ private:
         if (isKnown(start))
             return;
         constexpr double kCoarse = 0.1;
-        const FineShift shift =
-            refineShift(referenceRows_, defectRows_, compared_, start.x, start.y, kCoarse);
+        const FineShift shift = refineShift(referenceRows_, defectRows_, compared_, start, kCoarse, false);
         if (!isKnown(shift))
             candidates_.push_back({method, shift});
     }
@@ -205,10 +204,14 @@ private:
                 static_cast<int32_t>(std::ceil(shift.x)), static_cast<int32_t>(std::ceil(shift.y))};
             chooseWithin(around);
         }
-        // Where the border told what the middle did not, it may be a long way.
-        FineShift measured = refineShift(referenceRows_, defectRows_, chosen_.boxes, shift.x, shift.y, kFine);
-        for (int32_t leg = 0; leg < settings_.maxShift / 2 && !measured.hasSettled; ++leg)
-            measured = refineShift(referenceRows_, defectRows_, chosen_.boxes, measured.x, measured.y, kFine);
+        const auto refined = [&](const FineShift& from) {
+            return refineShift(referenceRows_, defectRows_, chosen_.boxes, from, kFine, true);
+        };
+        FineShift measured = refined(shift);
+        // Where the border tells what the middle did not, it may be a long way.
+        for (int32_t leg = 0;
+             (wasFlatX_ || wasFlatY_) && leg < settings_.maxShift / 2 && !measured.hasSettled; ++leg)
+            measured = refined(measured);
         return measured;
     }
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <utility>
 
 namespace app
 {
@@ -18,6 +19,7 @@ constexpr double kBeyondNoise = 8.0;     // standard deviations that make an edg
 constexpr double kLeastStructure = 0.05; // mean square of the slope, in grey levels a pixel
 constexpr double kOneWay = 0.002;        // the weaker slant, as a part of the stronger
 constexpr double kOutlier = 4.0;         // times the usual square of a difference
+constexpr double kMostTurn = 0.01;       // radians
 constexpr int32_t kBlock = 8;            // side of the squares that count more or less
 constexpr int32_t kMostCols = 2 * kLeastBoxSide;
 
@@ -160,66 +162,86 @@ class Pass
 public:
     Pass(const GreyRows& reference, const GreyRows& defect) : reference_(reference), defect_(defect) {}
 
-    void begin(double x, double y)
+    void begin()
     {
-        wholeX_ = static_cast<int32_t>(std::floor(x));
-        wholeY_ = static_cast<int32_t>(std::floor(y));
-        across_ = tapsAt(x - wholeX_);
-        down_ = tapsAt(y - wholeY_);
         spread_ = 0.0;
         blocks_.clear();
+        ends_.clear();
     }
 
-    void add(const VexaBox& box)
+    void add(const VexaBox& box, double x, double y)
     {
+        const auto wholeX = static_cast<int32_t>(std::floor(x)), wholeY = static_cast<int32_t>(std::floor(y));
         load(defect_, box, 1, 1, here_);
-        load(reference_, {box.left + wholeX_, box.top + wholeY_, box.right + wholeX_, box.bottom + wholeY_},
-             3, 4, source_);
-        interpolate();
+        load(reference_, {box.left + wholeX, box.top + wholeY, box.right + wholeX, box.bottom + wholeY}, 3, 4,
+             source_);
+        interpolate(tapsAt(x - wholeX), tapsAt(y - wholeY));
         matchBrightness();
-        for (int32_t y = 1; y + 1 < here_.rows; y += kBlock)
-            addBand(y, std::min(y + kBlock, here_.rows - 1));
+        for (int32_t top = 1; top + 1 < here_.rows; top += kBlock)
+            addBand(top, std::min(top + kBlock, here_.rows - 1));
+        ends_.push_back(blocks_.size());
     }
 
-    Sums all() const
+    // Of each box.
+    std::vector<Sums> plain() const
     {
-        Sums sums;
-        for (const Sums& block : blocks_)
-            sums.add(block, 1.0);
-        return sums;
+        return perBox([](std::size_t) { return 1.0; });
     }
 
-    // Squares that differ more than is usual count less: there may be a defect.
-    Sums weighed()
+    // Squares that differ more than is usual at edges count less: there may be a defect.
+    std::vector<Sums> weighed()
     {
-        std::vector<double> squares;
-        for (const Sums& block : blocks_)
-            squares.push_back(block.meanSquare());
-        const auto middle = squares.begin() + static_cast<std::ptrdiff_t>(squares.size() / 2);
-        std::nth_element(squares.begin(), middle, squares.end());
-        const double usual = kOutlier * *middle + 0.25;
-        Sums sums;
+        const double usual = kOutlier * usualSquare() + 0.25;
         weights_.clear();
         for (const Sums& block : blocks_) {
             const double part = block.meanSquare() / usual;
             weights_.push_back(1.0 / (1.0 + part * part));
-            sums.add(block, weights_.back());
         }
-        return sums;
+        return perBox([this](std::size_t block) { return weights_[block]; });
     }
 
     double spread() const { return spread_; } // of the defect picture around the means of its boxes
 
 private:
-    void interpolate()
+    template <typename Weight>
+    std::vector<Sums> perBox(const Weight& weight) const
+    {
+        std::vector<Sums> boxes;
+        std::size_t block = 0;
+        for (const std::size_t end : ends_) {
+            Sums sums;
+            for (; block < end; ++block)
+                sums.add(blocks_[block], weight(block));
+            boxes.push_back(sums);
+        }
+        return boxes;
+    }
+
+    // Half of all structure lies where the pictures differ by no more.
+    double usualSquare() const
+    {
+        std::vector<std::pair<double, double>> squares; // and structure
+        double half = 0.0;
+        for (const Sums& block : blocks_) {
+            squares.emplace_back(block.meanSquare(), std::max(block.xx + block.yy, 0.0));
+            half += squares.back().second / 2.0;
+        }
+        std::sort(squares.begin(), squares.end());
+        std::size_t i = 0;
+        for (; i + 1 < squares.size() && half > squares[i].second; ++i)
+            half -= squares[i].second;
+        return squares.empty() ? 0.0 : squares[i].first;
+    }
+
+    void interpolate(const Taps& across, const Taps& down)
     {
         const int32_t cols = here_.cols;
         half_.resize(cols, source_.rows);
         for (int32_t y = 0; y < half_.rows; ++y)
-            weighAcross(source_.row(y), across_, half_.row(y), cols);
+            weighAcross(source_.row(y), across, half_.row(y), cols);
         there_.resize(cols, here_.rows);
         for (int32_t y = 0; y < there_.rows; ++y)
-            weighDown(half_.row(y), cols, down_, there_.row(y), cols);
+            weighDown(half_.row(y), cols, down, there_.row(y), cols);
     }
 
     // Gain and offset that bring the reference nearest to the defect picture within the box. Squares count as they did
@@ -299,18 +321,25 @@ private:
 
     const GreyRows& reference_;
     const GreyRows& defect_;
-    int32_t wholeX_ = 0, wholeY_ = 0;
-    Taps across_ = {}, down_ = {};
     Plane here_, there_, source_, half_;
     ColumnSums columns_;
     std::vector<Sums> blocks_;
-    std::vector<double> weights_; // of the blocks, once there are any
+    std::vector<std::size_t> ends_; // of the boxes among them
+    std::vector<double> weights_;   // of the blocks, once there are any
     double spread_ = 0.0;
 };
 
 struct Step {
-    double x = 0.0, y = 0.0;
+    double x = 0.0, y = 0.0, turn = 0.0;
 };
+
+Sums totalOf(const std::vector<Sums>& boxes)
+{
+    Sums total;
+    for (const Sums& box : boxes)
+        total.add(box, 1.0);
+    return total;
+}
 
 bool isFlat(double structure, const Sums& sums)
 {
@@ -344,7 +373,8 @@ Step stepAcross(const Sums& sums)
     return {c * length, s * length};
 }
 
-Step nextStep(const Sums& sums, const FineShift& shift)
+// Where one shift is wanted for all boxes.
+Step shiftStep(const Sums& sums, const FineShift& shift)
 {
     if (shift.isOneWay)
         return stepAcross(sums);
@@ -356,34 +386,97 @@ Step nextStep(const Sums& sums, const FineShift& shift)
             limited((sums.ye * sums.xx - sums.xe * sums.xy) / determinant)};
 }
 
+// Places of the boxes, from the middle of the picture.
+class Places
+{
+public:
+    Places(const GreyRows& picture, const std::vector<VexaBox>& boxes)
+    {
+        for (const VexaBox& box : boxes)
+            places_.push_back({(box.left + box.right + 1 - picture.cols()) / 2.0,
+                               (box.top + box.bottom + 1 - picture.rows()) / 2.0});
+    }
+
+    Step shiftAt(std::size_t box, const FineShift& shift) const
+    {
+        return {shift.x - shift.turn * places_[box].y, shift.y + shift.turn * places_[box].x};
+    }
+
+    // By the turn that leaves least, the shift is another one.
+    Step turnStep(const std::vector<Sums>& boxes, const FineShift& shift) const
+    {
+        const Sums sums = totalOf(boxes);
+        const Step plain = shiftStep(sums, shift);
+        double shiftX = 0.0, shiftY = 0.0, turnTurn = 0.0,
+               turnRest = 0.0; // turn by x, by y, by itself, by the rest
+        for (std::size_t i = 0; i < boxes.size(); ++i) {
+            const double u = -places_[i].y, v = places_[i].x;
+            shiftX += u * boxes[i].xx + v * boxes[i].xy;
+            shiftY += u * boxes[i].xy + v * boxes[i].yy;
+            turnTurn += u * u * boxes[i].xx + 2.0 * u * v * boxes[i].xy + v * v * boxes[i].yy;
+            turnRest += u * boxes[i].xe + v * boxes[i].ye;
+        }
+        // The shift is eliminated: by it a turn of one is answered, and what is left of the turn is its own.
+        const double determinant = sums.xx * sums.yy - sums.xy * sums.xy;
+        const double answerX = (shiftX * sums.yy - shiftY * sums.xy) / determinant;
+        const double answerY = (shiftY * sums.xx - shiftX * sums.xy) / determinant;
+        const double own = turnTurn - answerX * shiftX - answerY * shiftY;
+        constexpr double kTold = 0.01; // of the turn's structure must not be a shift's
+        if (!(own > kTold * turnTurn))
+            return plain;
+        const double turn = std::clamp((turnRest - answerX * sums.xe - answerY * sums.ye) / own,
+                                       -kMostTurn - shift.turn, kMostTurn - shift.turn);
+        return {limited(plain.x - answerX * turn), limited(plain.y - answerY * turn), turn};
+    }
+
+private:
+    struct Place {
+        double x, y;
+    };
+    std::vector<Place> places_;
+};
+
 } // namespace
 
 FineShift refineShift(const GreyRows& reference, const GreyRows& defect, const std::vector<VexaBox>& boxes,
-                      double x, double y, double precision)
+                      const FineShift& start, double precision, bool mayTurn)
 {
-    FineShift shift;
-    shift.x = x;
-    shift.y = y;
+    constexpr std::size_t kLeastBoxes = 4; // that tell a turn
+    constexpr double kSteady = 0.05;       // pixels
+    FineShift shift = start;
+    shift.hasSettled = false;
+    const Places places(defect, boxes);
+    const double reach = std::hypot(defect.cols(), defect.rows()) / 2.0;
     Pass pass(reference, defect);
+    Step step;
+    const auto length = [&] { return std::hypot(step.x, step.y) + std::fabs(step.turn) * reach; };
     for (int32_t round = 0; round < kRounds && !shift.hasSettled; ++round) {
-        pass.begin(shift.x, shift.y);
-        for (const VexaBox& box : boxes)
-            pass.add(box);
-        const Sums sums = pass.all();
+        pass.begin();
+        for (std::size_t i = 0; i < boxes.size(); ++i) {
+            const Step at = places.shiftAt(i, shift);
+            pass.add(boxes[i], at.x, at.y);
+        }
+        const Sums sums = totalOf(pass.plain());
         if (sums.count < 1.0)
             return shift;
         shift.spread = pass.spread() / sums.count;
         judge(sums, shift);
-        Step step = nextStep(sums, shift);
+        step = shiftStep(sums, shift);
         // What the step takes away is known before it is done.
         const double after = std::max(sums.ee - step.x * sums.xe - step.y * sums.ye, 0.0) / sums.count;
         shift.left = after * 2.0 / (1.0 + noiseGain(shift.x) * noiseGain(shift.y));
-        if (std::hypot(step.x, step.y) < kNear)
-            step = nextStep(pass.weighed(), shift);
-        shift.x = std::clamp(shift.x + step.x, x - kMostWay, x + kMostWay);
-        shift.y = std::clamp(shift.y + step.y, y - kMostWay, y + kMostWay);
-        shift.hasSettled = std::hypot(step.x, step.y) < precision;
+        const bool isPlain = shift.isOneWay || shift.isFlatX || shift.isFlatY;
+        if (length() < kNear) {
+            const std::vector<Sums> weighed = pass.weighed();
+            step = mayTurn && !isPlain && boxes.size() >= kLeastBoxes ? places.turnStep(weighed, shift)
+                                                                      : shiftStep(totalOf(weighed), shift);
+        }
+        shift.x = std::clamp(shift.x + step.x, start.x - kMostWay, start.x + kMostWay);
+        shift.y = std::clamp(shift.y + step.y, start.y - kMostWay, start.y + kMostWay);
+        shift.turn += step.turn;
+        shift.hasSettled = length() < precision;
     }
+    shift.hasSettled = length() < std::max(kSteady, precision);
     return shift;
 }
 

@@ -191,6 +191,15 @@ TEST_F(AlignPlates, NeitherLightNorFocusNorDefectsMoveIt)
     EXPECT_TRUE(alignment.at("warnings").empty()) << alignment.dump();
 }
 
+TEST_F(AlignPlates, OfTurnedPicturesTheShiftInTheMiddleIsTold)
+{
+    settings.pattern.kind = plate::PatternKind::contacts;
+    settings.pattern.pitch = 44.0;
+    settings.pattern.size = 420;
+    moved.rotation = 0.15;
+    expectShift(-4.3, 2.7, align(-4.3, 2.7), 0.03);
+}
+
 TEST_F(AlignPlates, OfPeriodicPatternsAllFitsAreTold)
 {
     settings.pattern.kind = plate::PatternKind::contacts;
