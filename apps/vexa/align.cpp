@@ -220,8 +220,8 @@ private:
     {
         if (candidates_.empty())
             return {"start", unmoved()};
-        if (settings_.mode == AlignMode::smart)
-            return labelled(candidates_.front()); // the others can only put it in doubt
+        if (settings_.mode == AlignMode::smart && isLikely(candidates_.front().shift))
+            return labelled(candidates_.front());
         constexpr double kEqual = 1.02;
         const auto least = std::min_element(
             candidates_.begin(), candidates_.end(),
