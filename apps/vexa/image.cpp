@@ -32,7 +32,6 @@ Image::Image(int32_t number, const char* doing) : number_(number)
 Image::Image(int32_t cols, int32_t rows, int32_t type)
     : Image(I_ImOpen(cols, rows, type), "cannot open an image")
 {
-    require(I_ImClear(number_, 0.0) != 0, "cannot clear an image");
 }
 
 Image::Image(Pixels pixels) : memory_(std::move(pixels))

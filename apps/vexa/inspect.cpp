@@ -29,8 +29,7 @@ Inspection inspect(const Image& reference, const Image& defect, const InspectSet
     result.window = under.window;
     const WindowRegion region(result.window);
     const Residue residue(under.reference, defect, under.difference, under.window, settings);
-    result.residue = Image(defect.cols(), defect.rows(), PIX_BYTE);
-    residue.writeTo(result.residue);
+    result.residue = residue.asImage(defect.cols(), defect.rows());
     DefectList list = listDefects(under, defect, residue, result.residue, settings);
     result.difference = std::move(under.difference);
     result.defects = std::move(list.defects);

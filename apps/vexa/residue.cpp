@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "neighbourhood.h"
+#include "vexalib/types.h"
 
 namespace app
 {
@@ -110,6 +111,13 @@ Residue::Residue(const Image& underlaid, const Image& defect, const Image& diffe
                             [](uint8_t value) { return value != kZero; }))
                 blocks_.push_back(std::move(block));
         }
+}
+
+Image Residue::asImage(int32_t cols, int32_t rows) const
+{
+    Image image(cols, rows, PIX_BYTE);
+    writeTo(image);
+    return image;
 }
 
 void Residue::writeTo(Image& image) const

@@ -22,6 +22,7 @@ public:
 
     bool empty() const { return blocks_.empty(); }
     // The whole picture, 128 where nothing is left.
+    Image asImage(int32_t cols, int32_t rows) const;
     void writeTo(Image& image) const;
     // A part of it.
     Pixels cut(const VexaBox& window) const;

@@ -49,9 +49,26 @@ VexaBox inspectedWindow(const VexaBox& underlaid, const InspectSettings& setting
     return window;
 }
 
-Image moved(const Image& reference, const Image& defect, double dx, double dy)
+// Copies what lies outside a box.
+void copyFrame(const Image& from, Image& to, const VexaBox& box)
 {
-    Image result = defect.converted(PIX_BYTE);
+    const int32_t cols = from.cols();
+    for (int32_t y = 0; y < from.rows(); ++y) {
+        const bool isBeside = y >= box.top && y <= box.bottom;
+        const int32_t left = isBeside ? std::clamp(box.left, 0, cols) : cols;
+        const int32_t right = isBeside ? std::clamp(box.right + 1, left, cols) : cols;
+        std::copy_n(from.row(y), left, to.row(y));
+        std::copy_n(from.row(y) + right, cols - right, to.row(y) + right);
+    }
+}
+
+// The reference moved; what has no source shows the defect picture.
+Image moved(const Image& reference, const Image& defect, double dx, double dy, const VexaBox& source)
+{
+    constexpr int32_t kTaps = 4; // reach of the filter
+    Image result(defect.cols(), defect.rows(), PIX_BYTE);
+    copyFrame(defect, result,
+              {source.left + kTaps, source.top + kTaps, source.right - kTaps, source.bottom - kTaps});
     const int32_t rows = result.rows();
     for (int32_t top = 0; top < rows; top += kStripRows) {
         const WindowRegion strip({0, top, result.cols() - 1, std::min(top + kStripRows, rows) - 1});
@@ -79,11 +96,16 @@ Underlaid layUnder(const Image& reference, const Image& defect, const Alignment&
 {
     const double dx = alignment.x.shift, dy = alignment.y.shift;
     Underlaid result;
-    result.window = inspectedWindow(sourced(defect, dx, dy), settings);
-    result.reference = moved(reference, defect, dx, dy);
+    const VexaBox source = sourced(defect, dx, dy);
+    result.window = inspectedWindow(source, settings);
+    result.reference = moved(reference, defect, dx, dy, source);
+    result.difference = Image(defect.cols(), defect.rows(), PIX_BYTE);
     {
         const WindowRegion region(result.window);
-        result.difference = subtract(result.reference, defect, {0, 0}, kClipAround128);
+        I_ClearOutsideROI(kZero, result.difference.number());
+        require(I_SubtractEx(defect.number(), result.reference.number(), result.difference.number(), 0, 0,
+                             kClipAround128) != 0,
+                "cannot subtract the pictures");
     }
     const AlignMode mode = settings.align.mode;
     if (mode == AlignMode::automatic || mode == AlignMode::tiles)

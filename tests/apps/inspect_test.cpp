@@ -1,4 +1,6 @@
 // vexa inspect: what it lists, prints, writes and answers.
+#include <tuple>
+
 #include <gmock/gmock.h>
 
 #include "tests/apps/program.h"
@@ -7,6 +9,7 @@ using namespace vexa::test;
 using nlohmann::json;
 using testing::ElementsAre;
 using testing::HasSubstr;
+using testing::Not;
 
 namespace
 {
@@ -221,6 +224,81 @@ TEST_F(Inspect, ASecondRunReplacesTheReport)
     ASSERT_EQ(0, run({"inspect", reference, reference, "--out", out}).code);
     EXPECT_EQ(0, json::parse(readText(out + "/defects.json")).at("found"));
     EXPECT_THAT(readText(out + "/report.html"), HasSubstr("no defect"));
+}
+
+TEST_F(Inspect, DefectsAtTheBorderAreFound)
+{
+    for (const auto& [left, top] : {std::pair{0, 0}, {94, 0}, {0, 75}, {94, 75}}) {
+        writeGreyPng(defect, 100, 80, [&](int32_t x, int32_t y) {
+            return x >= left && x < left + 6 && y >= top && y < top + 5 ? 90 : plate(x, y);
+        });
+        const Box wanted = {double(left), double(top), left + 5.0, top + 4.0};
+        for (const std::string roi : {"0,0,99,79", "0,0,20,20", "80,0,99,30", "0,60,30,79", "80,60,99,79"}) {
+            const json document =
+                json::parse(run({"inspect", reference, defect, "--roi", roi, "--format", "json"}).out);
+            for (const json& entry : document.at("defects")) {
+                const Box box = boxOf(entry.at("box"));
+                EXPECT_EQ(std::tie(wanted.left, wanted.top, wanted.right, wanted.bottom),
+                          std::tie(box.left, box.top, box.right, box.bottom))
+                    << roi;
+            }
+            const json& window = document.at("settings").at("window");
+            const bool isInside = window.at("left") <= left && window.at("right") >= left + 5 &&
+                                  window.at("top") <= top && window.at("bottom") >= top + 4;
+            EXPECT_EQ(isInside ? 1 : 0, document.at("found")) << left << ", " << top << " in " << roi;
+        }
+    }
+}
+
+TEST_F(Inspect, ColourPicturesAreComparedAsGrey)
+{
+    writeColorPng(defect, 100, 80, spot, spot, spot);
+    EXPECT_EQ("", run({"inspect", reference, defect}).err) << "its grey is all it has";
+    EXPECT_EQ(1, run({"inspect", reference, defect}).code);
+    // The blue band alone makes 15 hundredths of the grey.
+    writeColorPng(defect, 100, 80, plate, plate, spot);
+    EXPECT_EQ(0, run({"inspect", reference, defect}).code);
+    const Outcome outcome = run({"inspect", reference, defect, "--threshold", "12", "--format", "json"});
+    EXPECT_EQ(1, outcome.code);
+    EXPECT_THAT(outcome.err, HasSubstr("colour is reduced to grey"));
+    EXPECT_NEAR(15.0, json::parse(outcome.out).at("defects").at(0).at("contrast").get<double>(), 1.0);
+}
+
+TEST_F(Inspect, NamesOfEarlierVersionsStand)
+{
+    EXPECT_EQ(0, run({"inspect", reference, defect, "--min-width", "5"}).code);
+    const json document = json::parse(
+        run({"inspect", reference, defect, "--tolerance", "1", "--min-dist", "7", "--format", "json"}).out);
+    EXPECT_EQ(1, document.at("settings").at("edge_tolerance"));
+    EXPECT_EQ(7, document.at("settings").at("merge"));
+    EXPECT_THAT(run({"inspect", "--help"}).out, Not(HasSubstr("--min-dist")));
+}
+
+TEST_F(Inspect, WhatCannotBeInspectedIsSaid)
+{
+    const std::string small = scratch / "small.png";
+    writeGreyPng(small, 100, 79, plate);
+    expectFailure(scratch, {"inspect", reference, small}, "differ in size");
+    expectFailure(scratch, {"inspect", reference, scratch / "none.png"}, "cannot open");
+    expectFailure(scratch, {"inspect", reference, defect, "--roi", "100,0,120,20"},
+                  "the region holds no pixel");
+    expectFailure(scratch, {"inspect", reference, defect, "--align", "none", "--offset", "100,0"},
+                  "share no pixel");
+    for (const auto& [option, value] : {std::pair{"--edge-tolerance", "51"},
+                                        {"--edge-tolerance", "-1"},
+                                        {"--min-size", "0"},
+                                        {"--min-size", "101"},
+                                        {"--merge", "-1"},
+                                        {"--merge", "10001"},
+                                        {"--tile", "7"},
+                                        {"--max-shift", "0"},
+                                        {"--threshold", "128"},
+                                        {"--align", "both"},
+                                        {"--sort", "name"},
+                                        {"--roi", "5,5,4,9"},
+                                        {"--format", "xml"}})
+        expectFailure(scratch, {"inspect", reference, defect, option, value}, option);
+    expectFailure(scratch, {"inspect", reference, defect, "--merge", "3", "--min-dist", "3"}, "--min-dist");
 }
 
 TEST_F(Inspect, QuietSaysNothingBesideTheList)
