@@ -3,6 +3,7 @@
 #define VEXA_APPS_IMAGE_H
 
 #include <cstdint>
+#include <memory>
 #include <vector>
 
 #include "vexalib/types.h"
@@ -35,7 +36,7 @@ public:
     Image() = default;
     // Takes over an image number that a call of the library gave; ends the command where it gave none.
     Image(int32_t number, const char* doing);
-    // A new image of the library's own memory, all zero.
+    // A new image, all zero.
     Image(int32_t cols, int32_t rows, int32_t type);
     // The library works on the pixels where they lie.
     explicit Image(Pixels pixels);
@@ -58,10 +59,14 @@ public:
     void write(const Pixels& pixels);
 
 private:
+    struct Release {
+        void operator()(uint8_t* block) const;
+    };
     uint8_t* rowAddress(int32_t y) const;
 
     int32_t number_ = 0;
     Pixels memory_;
+    std::unique_ptr<uint8_t, Release> block_;
 };
 
 } // namespace app

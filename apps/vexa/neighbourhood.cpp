@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <cstring>
 #include <functional>
 
 namespace app
@@ -17,6 +18,12 @@ void takeBetter(uint8_t* dest, const uint8_t* source, int32_t n, Better better)
 {
     for (int32_t i = 0; i < n; ++i)
         dest[i] = better(source[i], dest[i]) ? source[i] : dest[i];
+}
+
+// Whether a row of zeros and ones holds a one.
+bool holdsOne(const uint8_t* row, int32_t n)
+{
+    return n > 0 && std::memchr(row, 1, static_cast<std::size_t>(n)) != nullptr;
 }
 
 // The extreme over the rectangle from before to after in both directions: along the rows, then over the rows.
@@ -69,6 +76,26 @@ Pixels passing(const Pixels& difference, int32_t sign, int32_t threshold)
     for (std::size_t i = 0; i < mask.bytes.size(); ++i)
         mask.bytes[i] = (difference.bytes[i] - kZero) * sign >= threshold;
     return mask;
+}
+
+bool holdsSquare(const Pixels& mask, int32_t side)
+{
+    const int32_t cols = mask.cols - side + 1, rows = mask.rows - side + 1;
+    if (cols < 1 || rows < 1)
+        return false;
+    Pixels along = mask;
+    for (int32_t y = 0; y < mask.rows; ++y)
+        for (int32_t k = 1; k < side; ++k)
+            takeBetter(along.row(y), mask.row(y) + k, cols, std::less<>());
+    std::vector<uint8_t> square(static_cast<std::size_t>(cols));
+    for (int32_t y = 0; y < rows; ++y) {
+        std::copy_n(along.row(y), cols, square.data());
+        for (int32_t k = 1; k < side; ++k)
+            takeBetter(square.data(), along.row(y + k), cols, std::less<>());
+        if (holdsOne(square.data(), cols))
+            return true;
+    }
+    return false;
 }
 
 Pixels opened(const Pixels& mask, int32_t side)

@@ -17,6 +17,9 @@ Pixels localExtreme(const Pixels& pixels, int32_t radius, Extreme extreme);
 // 1 where a difference around 128 reaches the threshold on one side: sign 1 for brighter, -1 for darker.
 Pixels passing(const Pixels& difference, int32_t sign, int32_t threshold);
 
+// Whether a mask holds a full square of side by side pixels.
+bool holdsSquare(const Pixels& mask, int32_t side);
+
 // Keeps of a mask the pixels that belong to a full square of side by side pixels.
 Pixels opened(const Pixels& mask, int32_t side);
 

@@ -58,7 +58,10 @@ void sieve(const Pixels& difference, bool mirrored, const InspectSettings& setti
            int32_t marginY, Pixels& block)
 {
     for (const int32_t sign : {1, -1}) {
-        const Pixels kept = opened(passing(difference, sign, settings.threshold), settings.minSize);
+        const Pixels passed = passing(difference, sign, settings.threshold);
+        if (!holdsSquare(passed, settings.minSize))
+            continue;
+        const Pixels kept = opened(passed, settings.minSize);
         for (int32_t y = 0; y < block.rows; ++y) {
             const uint8_t* mask = kept.row(y + marginY) + marginX;
             const uint8_t* value = difference.row(y + marginY) + marginX;
@@ -68,6 +71,38 @@ void sieve(const Pixels& difference, bool mirrored, const InspectSettings& setti
                     out[x] = mirrored ? static_cast<uint8_t>(std::min(2 * kZero - value[x], 255)) : value[x];
         }
     }
+}
+
+struct Inputs {
+    const Image& underlaid;
+    const Image& defect;
+    const Image& difference;
+    const VexaBox& window;
+    const InspectSettings& settings;
+};
+
+// What is left of a box of the difference, written into a block of 128s.
+void sieveBlock(const Inputs& in, const VexaBox& box, Pixels& block)
+{
+    const InspectSettings& settings = in.settings;
+    const VexaBox inner = widened(box, settings.minSize - 1, in.window);
+    const int32_t marginX = box.left - inner.left, marginY = box.top - inner.top;
+    const Pixels difference = in.difference.cut(inner);
+    if (settings.edgeTolerance == 0) {
+        sieve(difference, false, settings, marginX, marginY, block);
+        return;
+    }
+    // The excess is never more than the difference, so that most blocks end here.
+    if (!holdsSquare(passing(difference, 1, settings.threshold), settings.minSize) &&
+        !holdsSquare(passing(difference, -1, settings.threshold), settings.minSize))
+        return;
+    const VexaBox picture = {0, 0, in.defect.cols() - 1, in.defect.rows() - 1};
+    const VexaBox outer = widened(inner, settings.edgeTolerance, picture);
+    const Pixels one = in.underlaid.cut(outer), other = in.defect.cut(outer);
+    const int32_t tolerance = settings.edgeTolerance;
+    // What the reference has and the defect picture has not, and the other way round.
+    sieve(excess(one, other, outer, inner, tolerance), true, settings, marginX, marginY, block);
+    sieve(excess(other, one, outer, inner, tolerance), false, settings, marginX, marginY, block);
 }
 
 } // namespace
@@ -83,30 +118,15 @@ bool anyPasses(const Image& difference, const VexaBox& box, int32_t threshold)
 Residue::Residue(const Image& underlaid, const Image& defect, const Image& difference, const VexaBox& window,
                  const InspectSettings& settings)
 {
-    const VexaBox picture = {0, 0, defect.cols() - 1, defect.rows() - 1};
     for (int32_t top = window.top; top <= window.bottom; top += kSide)
         for (int32_t left = window.left; left <= window.right; left += kSide) {
             const VexaBox box = {left, top, std::min(left + kSide - 1, window.right),
                                  std::min(top + kSide - 1, window.bottom)};
-            // The excess is never more than the difference.
             if (!anyPasses(difference, box, settings.threshold))
                 continue;
             Block block = {left, top, Pixels(box.right - left + 1, box.bottom - top + 1, 1)};
             std::fill(block.pixels.bytes.begin(), block.pixels.bytes.end(), uint8_t{kZero});
-            const VexaBox inner = widened(box, settings.minSize - 1, window);
-            const int32_t marginX = left - inner.left, marginY = top - inner.top;
-            if (settings.edgeTolerance == 0) {
-                sieve(difference.cut(inner), false, settings, marginX, marginY, block.pixels);
-            } else {
-                const VexaBox outer = widened(inner, settings.edgeTolerance, picture);
-                const Pixels one = underlaid.cut(outer), other = defect.cut(outer);
-                const int32_t tolerance = settings.edgeTolerance;
-                // What the reference has and the defect picture has not, and the other way round.
-                sieve(excess(one, other, outer, inner, tolerance), true, settings, marginX, marginY,
-                      block.pixels);
-                sieve(excess(other, one, outer, inner, tolerance), false, settings, marginX, marginY,
-                      block.pixels);
-            }
+            sieveBlock({underlaid, defect, difference, window, settings}, box, block.pixels);
             if (std::any_of(block.pixels.bytes.begin(), block.pixels.bytes.end(),
                             [](uint8_t value) { return value != kZero; }))
                 blocks_.push_back(std::move(block));
