@@ -8,12 +8,16 @@
 
 #include "core/image_table.h"
 #include "core/pixel_types.h"
+#include "core/roi.h"
 #include "operators/clip_table.h"
 #include "operators/row_frames.h"
 #include "support/buffer.h"
 #include "support/numbers.h"
 #include "vexalib/arithmetic.h"
 #include "vexalib/block.h"
+#include "vexalib/frames.h"
+#include "vexalib/image.h"
+#include "vexalib/roi.h"
 #include "vexalib/smoothing.h"
 #include "vexalib/statistics.h"
 #include "vexalib/status.h"
@@ -140,9 +144,15 @@ int32_t I_Subtract1Ex(int32_t imA, int32_t imB, int32_t imDest, float dx, float 
         return 0;
     I_ShowError("S1E-3");
     const bool whole = isWhole(dx) && isWhole(dy);
-    const vexa::ImageGuard moved(whole ? 0 : I_CloneImage(imB, 0, 1));
+    // Nothing outside the region is read: of a large image only a window of it is copied.
+    VexaBox box{};
+    const bool isWindow = I_GetROIType() == vexa::kRoiWindow &&
+                          I_ROIBoundingBox2(&box.left, &box.top, &box.right, &box.bottom, imB, dest) != 0;
+    const vexa::ImageGuard moved(whole ? 0 : I_CloneImage(imB, 0, !isWindow));
     if (!whole && moved.get() == 0)
         return 0;
+    if (!whole && isWindow)
+        I_ROICopy(imB, moved.get(), 0, 0);
     if (!whole)
         I_ShiftSharpen(imB, moved.get(), dx, dy, sharpness);
     I_ShowError("S1E-4  Images: %d %d %d", imA, whole ? imB : moved.get(), dest);

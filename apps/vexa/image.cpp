@@ -25,18 +25,16 @@ int32_t typeOf(const Pixels& pixels)
 
 constexpr std::size_t kHugePage = std::size_t{1} << 21;
 
-// Zeros in large pages of memory, where the system has them: handing out small ones takes longer than most operators.
+// A block in large pages of memory, where the system has them: handing out small ones takes longer than most operators.
 uint8_t* hugeBlock(std::size_t bytes)
 {
     const std::size_t whole = (bytes + kHugePage - 1) / kHugePage * kHugePage;
 #if defined(__linux__)
     void* block = std::aligned_alloc(kHugePage, whole);
-    if (block) {
+    if (block)
         madvise(block, whole, MADV_HUGEPAGE);
-        std::memset(block, 0, whole);
-    }
 #else
-    void* block = std::calloc(whole, 1);
+    void* block = std::malloc(whole);
 #endif
     if (!block)
         throw std::bad_alloc();
@@ -56,11 +54,15 @@ Image::Image(int32_t number, const char* doing) : number_(number)
     require(number < 0, doing);
 }
 
-Image::Image(int32_t cols, int32_t rows, int32_t type)
+Image::Image(int32_t cols, int32_t rows, int32_t type) : Image(cols, rows, type, Fill::zero) {}
+
+Image::Image(int32_t cols, int32_t rows, int32_t type, Fill fill)
 {
     const auto bytes = std::size_t(cols) * std::size_t(rows) * std::size_t(I_ImTypeBytes(type));
     if (bytes >= kHugePage) {
         block_.reset(hugeBlock(bytes));
+        if (fill == Fill::zero)
+            std::memset(block_.get(), 0, bytes);
         number_ = I_ImOpenPtr(cols, rows, 0, type, block_.get());
     } else {
         number_ = I_ImOpen(cols, rows, type);

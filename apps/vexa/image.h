@@ -38,6 +38,9 @@ public:
     Image(int32_t number, const char* doing);
     // A new image, all zero.
     Image(int32_t cols, int32_t rows, int32_t type);
+    // Its pixels are anything, for those who write them all.
+    enum class Fill { zero, none };
+    Image(int32_t cols, int32_t rows, int32_t type, Fill fill);
     // The library works on the pixels where they lie.
     explicit Image(Pixels pixels);
     ~Image();

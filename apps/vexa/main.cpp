@@ -68,7 +68,12 @@ void addNumber(CLI::App& command, const Names& names, int32_t& number, const CLI
 {
     CLI::Option* option =
         command.add_option(names.now, number, description)->check(range)->capture_default_str();
-    command.add_option(names.before, number)->check(range)->group("")->excludes(option);
+    const auto set = [&number, names, option](const int32_t& value) {
+        if (option->count() > 0)
+            throw CLI::ValidationError(names.before, std::string("is another name of ") + names.now);
+        number = value;
+    };
+    command.add_option_function<int32_t>(names.before, set)->check(range)->group("");
 }
 
 CLI::App* addInspect(CLI::App& program, app::InspectCommand& command, bool& quiet, bool& verbose)

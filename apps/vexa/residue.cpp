@@ -15,11 +15,12 @@ constexpr int32_t kSide = 64; // of the blocks that are looked at one by one
 
 bool rowPasses(const uint8_t* row, int32_t n, int32_t threshold)
 {
-    const auto low = static_cast<uint8_t>(kZero - threshold), high = static_cast<uint8_t>(kZero + threshold);
-    uint8_t found = 0;
-    for (int32_t i = 0; i < n; ++i)
-        found |= static_cast<uint8_t>(row[i] <= low) | static_cast<uint8_t>(row[i] >= high);
-    return found != 0;
+    uint8_t low = kZero, high = kZero;
+    for (int32_t i = 0; i < n; ++i) {
+        low = std::min(low, row[i]);
+        high = std::max(high, row[i]);
+    }
+    return low <= kZero - threshold || high >= kZero + threshold;
 }
 
 VexaBox widened(const VexaBox& box, int32_t by, const VexaBox& within)
@@ -135,7 +136,7 @@ Residue::Residue(const Image& underlaid, const Image& defect, const Image& diffe
 
 Image Residue::asImage(int32_t cols, int32_t rows) const
 {
-    Image image(cols, rows, PIX_BYTE);
+    Image image(cols, rows, PIX_BYTE, Image::Fill::none);
     writeTo(image);
     return image;
 }

@@ -66,7 +66,7 @@ void copyFrame(const Image& from, Image& to, const VexaBox& box)
 Image moved(const Image& reference, const Image& defect, double dx, double dy, const VexaBox& source)
 {
     constexpr int32_t kTaps = 4; // reach of the filter
-    Image result(defect.cols(), defect.rows(), PIX_BYTE);
+    Image result(defect.cols(), defect.rows(), PIX_BYTE, Image::Fill::none);
     copyFrame(defect, result,
               {source.left + kTaps, source.top + kTaps, source.right - kTaps, source.bottom - kTaps});
     const int32_t rows = result.rows();
@@ -99,7 +99,7 @@ Underlaid layUnder(const Image& reference, const Image& defect, const Alignment&
     const VexaBox source = sourced(defect, dx, dy);
     result.window = inspectedWindow(source, settings);
     result.reference = moved(reference, defect, dx, dy, source);
-    result.difference = Image(defect.cols(), defect.rows(), PIX_BYTE);
+    result.difference = Image(defect.cols(), defect.rows(), PIX_BYTE, Image::Fill::none);
     {
         const WindowRegion region(result.window);
         I_ClearOutsideROI(kZero, result.difference.number());

@@ -253,7 +253,6 @@ TEST_F(Inspect, DefectsAtTheBorderAreFound)
 TEST_F(Inspect, ColourPicturesAreComparedAsGrey)
 {
     writeColorPng(defect, 100, 80, spot, spot, spot);
-    EXPECT_EQ("", run({"inspect", reference, defect}).err) << "its grey is all it has";
     EXPECT_EQ(1, run({"inspect", reference, defect}).code);
     // The blue band alone makes 15 hundredths of the grey.
     writeColorPng(defect, 100, 80, plate, plate, spot);
