@@ -286,6 +286,8 @@ private:
             add("all edges run one way: the shift along them is not defined");
         else if (isLikely(shift))
             warnOfRivals(alignment, compared);
+        if (!shift.hasSettled)
+            add("the shift is not to be trusted: it does not settle, or is not the same everywhere");
         if (!isLikely(shift))
             add("the shift is not to be trusted: the pictures have little in common there");
     }
@@ -309,7 +311,7 @@ private:
     bool isLikely(const FineShift& shift) const
     {
         constexpr double kAlike = 0.5;
-        return shift.hasSettled && shift.left < kAlike * shift.spread && shift.isFlatX == chosen_.isFlatX &&
+        return shift.left < kAlike * shift.spread && shift.isFlatX == chosen_.isFlatX &&
                shift.isFlatY == chosen_.isFlatY;
     }
 
