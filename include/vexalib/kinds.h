@@ -71,7 +71,8 @@
 ///
 /// select does not come before getBlock, putBlock and the hooks: a kind of several instances gives its pixels
 /// by getPtr. Size and type are asked for anew at each I_ImGetSize and each getPtr, so they may change
-/// between calls. The type that was given to I_ImOpen stands until the first of these.
+/// between calls. The type that was given to I_ImOpen stands until the first of these. Where the type changes
+/// in the midst of a block call, the call is made once more, so both may be asked twice.
 ///
 /// Opening an image of the kind (I_ImSetMemType of the code, then I_ImOpen) takes the first free instance,
 /// and fails with

@@ -47,9 +47,8 @@ typedef struct VexaStretch {
 /// on the thread that uses the library, but beep on the beeper's thread too, and a timer's tick on the
 /// timer's.
 ///
-/// This version calls messageBox, movable memory, clipboard, settings, startThread, beep, counter,
-/// availableMemory and lastError. The others are for the functions on display, line scans and whole files, and
-/// not called before those.
+/// This version calls all of them but the timer, which is for the functions on line scans and not called
+/// before those.
 typedef struct VexaPlatform {
     size_t size; ///< sizeof(VexaPlatform), by which a library knows an older program's record
 

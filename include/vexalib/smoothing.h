@@ -52,8 +52,8 @@ VEXA_API int32_t I_Smooth(int32_t imSrc, int32_t imDest);
 ///                     less, imDest first becomes a copy by I_ROICopy(imSrc, imDest, 0, 0)
 /// @return 1, also after a failure, which leaves its error
 ///
-/// The first pass works on the bounding box of the region, widened by trunc(width / 2) to both sides, as
-/// far as either side has a column to add; what it writes beside the box is put back at the end, what it
+/// The first pass works on the bounding box of the region, its left side moved to trunc(left - width / 2) and
+/// its right side to trunc(right + width / 2), as far as the image has columns; what it writes beside the box is put back at the end, what it
 /// writes in the box outside a polygon or a scan list stays. Uses one place of the region's stack. Reports
 /// progress under the text "MxNSmooth".
 VEXA_API int32_t I_MxNSmooth(int32_t imSrc, int32_t imDest, float width, float height);

@@ -17,6 +17,7 @@
 #include "vexalib/defects.h"
 #include "vexalib/dib.h"
 #include "vexalib/dib_contrast.h"
+#include "vexalib/display.h"
 #include "vexalib/drawing.h"
 #include "vexalib/edge_location.h"
 #include "vexalib/edge_shape.h"
