@@ -31,21 +31,27 @@ VexaBox widened(const VexaBox& box, int32_t by, const VexaBox& within)
 
 // What one has more than other, around 128, where a pixel of one is brighter than every pixel nearby of the other, or
 // darker than every one: an edge that is off by up to the tolerance is no defect. Both are cut from a window; the result
-// covers a smaller one.
+// covers a smaller one. So near to the border of the pictures that an edge may lie outside, nothing is told.
 Pixels excess(const Pixels& one, const Pixels& other, const VexaBox& window, const VexaBox& inner,
-              int32_t tolerance)
+              const VexaBox& picture, int32_t tolerance)
 {
+    const VexaBox told = {picture.left + tolerance, picture.top + tolerance, picture.right - tolerance,
+                          picture.bottom - tolerance};
     const Pixels largest = localExtreme(other, tolerance, Extreme::largest);
     const Pixels smallest = localExtreme(other, tolerance, Extreme::smallest);
     Pixels result(inner.right - inner.left + 1, inner.bottom - inner.top + 1, 1);
+    std::fill(result.bytes.begin(), result.bytes.end(), uint8_t{kZero});
     const int32_t left = inner.left - window.left;
-    for (int32_t y = 0; y < result.rows; ++y) {
+    const int32_t first = std::max(told.left - inner.left, 0);
+    const int32_t end = std::min(told.right - inner.left + 1, result.cols);
+    for (int32_t y = std::max(told.top - inner.top, 0);
+         y < std::min(told.bottom - inner.top + 1, result.rows); ++y) {
         const int32_t from = inner.top - window.top + y;
         const uint8_t* value = one.row(from) + left;
         const uint8_t* high = largest.row(from) + left;
         const uint8_t* low = smallest.row(from) + left;
         uint8_t* out = result.row(y);
-        for (int32_t x = 0; x < result.cols; ++x) {
+        for (int32_t x = first; x < end; ++x) {
             const int32_t d = std::max(value[x] - high[x], 0) - std::max(low[x] - value[x], 0) + kZero;
             out[x] = static_cast<uint8_t>(std::clamp(d, 0, 255));
         }
@@ -102,8 +108,8 @@ void sieveBlock(const Inputs& in, const VexaBox& box, Pixels& block)
     const Pixels one = in.underlaid.cut(outer), other = in.defect.cut(outer);
     const int32_t tolerance = settings.edgeTolerance;
     // What the reference has and the defect picture has not, and the other way round.
-    sieve(excess(one, other, outer, inner, tolerance), true, settings, marginX, marginY, block);
-    sieve(excess(other, one, outer, inner, tolerance), false, settings, marginX, marginY, block);
+    sieve(excess(one, other, outer, inner, picture, tolerance), true, settings, marginX, marginY, block);
+    sieve(excess(other, one, outer, inner, picture, tolerance), false, settings, marginX, marginY, block);
 }
 
 } // namespace
