@@ -307,12 +307,12 @@ private:
             alignment.warnings.push_back("the shift" + in + " lies at the limit of the search");
     }
 
-    // Most of the picture is explained, by edges that both have.
+    // Most of the picture is explained, and the edges of the reference are those of both.
     bool isLikely(const FineShift& shift) const
     {
         constexpr double kAlike = 0.5;
-        return shift.left < kAlike * shift.spread && shift.isFlatX == chosen_.isFlatX &&
-               shift.isFlatY == chosen_.isFlatY;
+        return shift.left < kAlike * shift.spread && (!shift.isFlatX || chosen_.isFlatX) &&
+               (!shift.isFlatY || chosen_.isFlatY);
     }
 
     void warnOfRivals(Alignment& alignment, const FineShift& best) const

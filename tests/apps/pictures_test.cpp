@@ -10,15 +10,17 @@ using testing::StartsWith;
 namespace
 {
 
-int32_t ramp(int32_t x, int32_t y)
+// Shaded, with a pad that tells a shift.
+int32_t scene(int32_t x, int32_t y)
 {
-    return (3 * x + 5 * y) % 256;
+    const bool isOnPad = x >= 14 && x < 37 && y >= 11 && y < 29;
+    return 20 + 2 * x + y + (isOnPad ? 70 : 0);
 }
 
 class Pictures : public testing::Test
 {
 protected:
-    void SetUp() override { writeGreyPng(good, 60, 40, ramp); }
+    void SetUp() override { writeGreyPng(good, 60, 40, scene); }
 
     void expectFailure(const std::vector<std::string>& arguments, const std::string& sentence)
     {
@@ -63,12 +65,12 @@ TEST_F(Pictures, JpegIsRead)
 
 TEST_F(Pictures, DroppedBitsAreSaidInOneLine)
 {
-    writeWordPng(scratch / "word.png", 60, 40, [](int32_t x, int32_t y) { return 257 * ramp(x, y); });
+    writeWordPng(scratch / "word.png", 60, 40, [](int32_t x, int32_t y) { return 257 * scene(x, y); });
     Outcome outcome = run({"inspect", good, scratch / "word.png"});
     EXPECT_EQ(0, outcome.code) << outcome.out;
     EXPECT_EQ("vexa: " + scratch / "word.png" + ": 16 bits a sample are reduced to 8\n", outcome.err);
 
-    writeColorPng(scratch / "color.png", 60, 40, ramp, ramp, ramp);
+    writeColorPng(scratch / "color.png", 60, 40, scene, scene, scene);
     outcome = run({"inspect", good, scratch / "color.png"});
     EXPECT_EQ(0, outcome.code);
     EXPECT_EQ("vexa: " + scratch / "color.png" + ": colour is reduced to grey\n", outcome.err);
@@ -92,10 +94,10 @@ TEST_F(Pictures, InfoTellsFormatSizeAndLevels)
     const Outcome outcome = run({"info", good});
     EXPECT_EQ(0, outcome.code);
     EXPECT_THAT(outcome.out,
-                StartsWith(good + ": PNG, 60 x 40, 8-bit grey, 1 sample a pixel; as 8 bits: 0 to 255"));
-    writeWordPng(scratch / "word.png", 60, 40, ramp);
+                StartsWith(good + ": PNG, 60 x 40, 8-bit grey, 1 sample a pixel; as 8 bits: 20 to 190"));
+    writeWordPng(scratch / "word.png", 60, 40, scene);
     EXPECT_THAT(run({"info", scratch / "word.png"}).out, HasSubstr("PNG, 60 x 40, 16-bit grey"));
-    writeJpeg(scratch / "a.jpg", 30, 20, ramp);
+    writeJpeg(scratch / "a.jpg", 30, 20, scene);
     EXPECT_THAT(run({"info", scratch / "a.jpg"}).out, HasSubstr("JPEG, 30 x 20, 8-bit grey"));
 }
 
@@ -134,7 +136,7 @@ TEST_F(PicturesFailures, MissingEmptyAndForeignFiles)
 TEST_F(PicturesFailures, FilesThatEndTooEarly)
 {
     writeGreyPng(scratch / "zero.png", 60, 40, [](int32_t, int32_t) { return 0; });
-    writeJpeg(scratch / "whole.jpg", 60, 40, ramp);
+    writeJpeg(scratch / "whole.jpg", 60, 40, scene);
     for (const char* name : {"whole.bmp", "whole.tif", "whole.png"})
         ASSERT_EQ(0, run({"diff", good, scratch / "zero.png", scratch / name, "--clip-mode", "1"}).code);
     for (const std::string type : {"bmp", "tif", "png", "jpg"})
@@ -174,7 +176,7 @@ TEST_F(PicturesFailures, HeadersThatPromiseTooMuch)
 
 TEST_F(PicturesFailures, PicturesOfDifferentSizes)
 {
-    writeGreyPng(scratch / "other.png", 61, 40, ramp);
+    writeGreyPng(scratch / "other.png", 61, 40, scene);
     const std::string sentence =
         "the pictures differ in size: " + good + " is 60 x 40, " + scratch / "other.png" + " is 61 x 40";
     expectFailure({"inspect", good, scratch / "other.png", "--out", scratch / "out"}, sentence);
