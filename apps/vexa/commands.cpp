@@ -64,6 +64,11 @@ void writeReport(const InspectionReport& report, const std::string& folder)
 
 std::string describe(const Picture& picture)
 {
+    const FileFacts& facts = picture.facts;
+    const std::string head = picture.name + ": " + facts.format + ", " + sizeText(picture.image) + ", " +
+                             std::to_string(facts.bits);
+    if (facts.foreign)
+        return head + " bits a pixel of an application's own\n";
     double count = 0.0;
     double mean = 0.0;
     double deviation = 0.0;
@@ -71,9 +76,7 @@ std::string describe(const Picture& picture)
     double high = 0.0;
     require(I_ComputePixelStats(1, &count, &mean, &deviation, &low, &high, picture.image.number()) != 0,
             "cannot measure the picture");
-    const FileFacts& facts = picture.facts;
-    return picture.name + ": " + facts.format + ", " + sizeText(picture.image) + ", " +
-           std::to_string(facts.bits) + (facts.floating ? "-bit floating-point" : "-bit") +
+    return head + (facts.floating ? "-bit floating-point" : "-bit") +
            (facts.color ? " colour, " : " grey, ") + std::to_string(facts.samples) +
            (facts.samples == 1 ? " sample" : " samples") + " a pixel; as 8 bits: " + fixed(low, 0) + " to " +
            fixed(high, 0) + ", mean " + fixed(mean, 2) + ", deviation " + fixed(deviation, 2) + "\n";
@@ -142,7 +145,7 @@ int runInfo(const std::vector<std::string>& names)
     int code = 0;
     for (const std::string& name : names) {
         try {
-            const Picture picture = readPicture(name);
+            const Picture picture = examinePicture(name);
             std::string text = describe(picture);
             for (const std::string& line : picture.headers)
                 text += "    " + line + "\n";

@@ -94,8 +94,18 @@ Picture readBitmap(const std::string& name, const std::vector<uint8_t>& file)
             type == PIX_BYTE || type == PIX_BGR24 ? std::move(image) : image.converted(PIX_BGR24)};
 }
 
+bool isForeign(int32_t type)
+{
+    constexpr int32_t kKnown[] = {PIX_BYTE,    PIX_WORD,     PIX_DWORD,   PIX_FLOAT, PIX_DFLOAT,
+                                  PIX_COMPLEX, PIX_DCOMPLEX, PIX_PALETTE, PIX_BGR15, PIX_BGR16,
+                                  PIX_BGR24,   PIX_RGB24,    PIX_BGR32,   PIX_RGB32, PIX_PLANAR};
+    return std::find(std::begin(kKnown), std::end(kKnown), type) == std::end(kKnown);
+}
+
 FileFacts factsOfType(int32_t type)
 {
+    if (isForeign(type))
+        return {"raw", 8 * I_ImTypeBytes(type), 1, false, false, true};
     if (type >= PIX_PALETTE)
         return {"raw", 8, type == PIX_PALETTE ? 1 : 3, true, false};
     const bool complex = type == PIX_COMPLEX || type == PIX_DCOMPLEX;
@@ -126,7 +136,7 @@ Picture readRaw(const std::string& name, const std::vector<uint8_t>& file)
     if (I_GetError(nullptr, 0) != 0)
         throw Failure("damaged raw file: the file ends too early");
     const FileFacts facts = factsOfType(I_ImGetType(number));
-    return {name, facts, headerLines(file), asBytes(std::move(image))};
+    return {name, facts, headerLines(file), facts.foreign ? std::move(image) : asBytes(std::move(image))};
 }
 
 Picture readAny(const std::string& name)
@@ -190,7 +200,7 @@ void checkSize(int64_t cols, int64_t rows)
         throw Failure("the picture is too large: " + std::to_string(cols) + " x " + std::to_string(rows));
 }
 
-Picture readPicture(const std::string& name)
+Picture examinePicture(const std::string& name)
 {
     try {
         return readAny(name);
@@ -200,6 +210,14 @@ Picture readPicture(const std::string& name)
     } catch (const std::bad_alloc&) {
         throw Failure(name + ": not enough memory for this picture");
     }
+}
+
+Picture readPicture(const std::string& name)
+{
+    Picture picture = examinePicture(name);
+    if (picture.facts.foreign)
+        throw Failure(name + ": a raw file with pixels of an application's own");
+    return picture;
 }
 
 Picture readGreyPicture(const std::string& name)
@@ -232,7 +250,7 @@ void convertPicture(const std::string& in, const std::string& out)
     const std::string type = ending(out);
     if (type != ".raw" && !isWritableName(out))
         throw Failure(out + ": a picture is written as .png, .bmp, .tif, .tiff or .raw");
-    Picture picture = readPicture(in);
+    Picture picture = type == ".raw" ? examinePicture(in) : readPicture(in);
     // A raw file keeps its pixels as they are in another one.
     if (type == ".raw" && picture.facts.format == "raw")
         picture.image = Image(I_ReadImageFile(in.c_str()), "cannot read a raw file");

@@ -18,16 +18,19 @@ struct FileFacts {
     int32_t samples = 1;   // of a pixel, with an alpha channel
     bool color = false;    // not all samples are one grey value
     bool floating = false; // samples are floating-point numbers
+    bool foreign = false;  // pixels of an application's own, whose meaning is not known
 };
 
 struct Picture {
     std::string name;
     FileFacts facts;
     std::vector<std::string> headers; // what the file's headers say, a fact a line
-    Image image;                      // PIX_BYTE, or PIX_BGR24 where the file has colour
+    Image image;                      // PIX_BYTE, or PIX_BGR24 where the file has colour; as read if foreign
 };
 
-// Reads a picture of any of the five formats; ends the command with a sentence where that is not possible.
+// Reads a picture of any of the five formats; ends the command with a sentence where that is not possible. Only examining
+// lets foreign pixels pass.
+Picture examinePicture(const std::string& name);
 Picture readPicture(const std::string& name);
 // The same as grey bytes. What is dropped on the way is said in one line.
 Picture readGreyPicture(const std::string& name);

@@ -149,6 +149,12 @@ TEST_F(Convert, FailuresAreOneSentence)
                   "a.gif: a picture is written as .png, .bmp, .tif, .tiff or .raw");
     expectFailure({"convert", good, scratch / "raw"}, "a picture is written as");
     expectFailure({"convert", scratch / "none.png", scratch / "a.png"}, "cannot open");
+    writeText(scratch / "own.raw", rawFile({4, 2, 4, 1, 60}, "", "abcdefgh"));
+    expectFailure({"convert", scratch / "own.raw", scratch / "a.png"},
+                  "own.raw: a raw file with pixels of an application's own");
+    EXPECT_THAT(run({"info", scratch / "own.raw"}).out,
+                HasSubstr("own.raw: raw, 4 x 2, 8 bits a pixel of an application's own"));
+    EXPECT_EQ(0, run({"convert", scratch / "own.raw", scratch / "copy.raw"}).code);
     writeText(scratch / "short.raw", rawFile({30, 40, 30, 1, 1}, "", "too few"));
     expectFailure({"convert", scratch / "short.raw", scratch / "a.png"},
                   "damaged raw file: the file ends too early");
