@@ -3,7 +3,7 @@
 
 #include <tiffio.h>
 
-#include "tests/fileio/tiff_files.h"
+#include "tests/fileio/peers/written_tiff_files.h"
 #include "vexalib/raw_file.h"
 
 namespace vexa::test
@@ -44,14 +44,6 @@ Bytes peerSamples(TIFF* tiff)
     return all;
 }
 
-Bytes samples(std::size_t count)
-{
-    Bytes bytes(count);
-    for (std::size_t i = 0; i < count; ++i)
-        bytes[i] = static_cast<uint8_t>(i * 13 + i / 256);
-    return bytes;
-}
-
 struct PeerPicture {
     uint16_t samples = 1;
     uint16_t photometric = PHOTOMETRIC_MINISBLACK;
@@ -89,7 +81,7 @@ Bytes writeByPeer(const char* name, const PeerPicture& picture)
     return pixels;
 }
 
-using TiffPeer = TiffFiles;
+using TiffPeer = WrittenTiffFiles;
 
 TEST_F(TiffPeer, AgainstReferenceGreyWrittenHere)
 {
@@ -116,10 +108,8 @@ TEST_F(TiffPeer, AgainstReferenceGreyWrittenHere)
 
 TEST_F(TiffPeer, AgainstReferenceColourWrittenHere)
 {
-    const int32_t im = I_ImOpen(37, 21, PIX_RGB24);
     const Bytes pixels = samples(37 * 21 * 3);
-    ASSERT_NE(0, I_PutBlockType(0, 0, 37, 21, pixels.data(), im, PIX_RGB24));
-    ASSERT_EQ(1, I_WriteTiffFile(file.name(), 0, 0, 0, 0, im));
+    writeColour(37, 21, pixels);
     const Peer tiff = openPeer(file.name(), "r");
     ASSERT_NE(nullptr, tiff);
     EXPECT_EQ(3U, number(tiff.get(), TIFFTAG_SAMPLESPERPIXEL));
@@ -127,18 +117,12 @@ TEST_F(TiffPeer, AgainstReferenceColourWrittenHere)
     EXPECT_EQ(uint32_t{PHOTOMETRIC_RGB}, number(tiff.get(), TIFFTAG_PHOTOMETRIC));
     EXPECT_EQ(uint32_t{PLANARCONFIG_CONTIG}, number(tiff.get(), TIFFTAG_PLANARCONFIG));
     EXPECT_EQ(pixels, peerSamples(tiff.get()));
-    I_ImClose(im);
 }
 
 TEST_F(TiffPeer, AgainstReferencePaletteWrittenHere)
 {
-    I_SetColorProcMode(0);
-    const int32_t im = noiseImage(37, 21, 2);
-    const Bytes indices = bytesOf(im);
     const Bytes tables = samples(768);
-    ASSERT_EQ(1, I_ApplyPalette(&tables[0], &tables[256], &tables[512], im));
-    ASSERT_EQ(1, I_WriteTiffFile(file.name(), 0, 0, 0, 0, im)) << errorText();
-    I_SetColorProcMode(3);
+    const Bytes indices = writePalette(37, 21, tables);
     const Peer tiff = openPeer(file.name(), "r");
     ASSERT_NE(nullptr, tiff);
     EXPECT_EQ(uint32_t{PHOTOMETRIC_PALETTE}, number(tiff.get(), TIFFTAG_PHOTOMETRIC));
@@ -147,25 +131,18 @@ TEST_F(TiffPeer, AgainstReferencePaletteWrittenHere)
     ASSERT_EQ(1, TIFFGetField(tiff.get(), TIFFTAG_COLORMAP, &maps[0], &maps[1], &maps[2]));
     for (std::size_t i = 0; i < 768; ++i)
         EXPECT_EQ(tables[i] << 8, maps[i / 256][i % 256]);
-    I_ImClose(im);
 }
 
 TEST_F(TiffPeer, AgainstReferenceCommentWrittenHere)
 {
     const std::string comment = "gate oxide, lot 7";
-    FILE* out = I_WriteTiffHeader(file.name(), 4, 3, comment.c_str(),
-                                  static_cast<int32_t>(comment.size()) + 1, nullptr);
-    ASSERT_NE(nullptr, out);
-    const int32_t im = byteImage({{1, 2, 3, 4}, {5, 6, 7, 8}, {9, 10, 11, 12}});
-    ASSERT_EQ(1, I_WriteTiffWindow(out, 0, 0, 4, 3, im));
-    std::fclose(out);
+    writeTwelve(comment);
     const Peer tiff = openPeer(file.name(), "r");
     ASSERT_NE(nullptr, tiff);
     const char* text = nullptr;
     ASSERT_EQ(1, TIFFGetField(tiff.get(), TIFFTAG_IMAGEDESCRIPTION, &text));
     EXPECT_EQ(comment, text);
-    EXPECT_EQ(bytesOf(im), peerSamples(tiff.get()));
-    I_ImClose(im);
+    EXPECT_EQ((Bytes{1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12}), peerSamples(tiff.get()));
 }
 
 TEST_F(TiffPeer, AgainstReferenceFilesOfTheOther)

@@ -3,7 +3,7 @@
 #include <cstdio>
 #include <memory>
 
-#include "tests/fileio/tiff_files.h"
+#include "tests/fileio/peers/written_tiff_files.h"
 
 namespace vexa::test
 {
@@ -38,15 +38,7 @@ std::string hexadecimal(const Bytes& bytes)
     return text;
 }
 
-Bytes levels(std::size_t count)
-{
-    Bytes bytes(count);
-    for (std::size_t i = 0; i < count; ++i)
-        bytes[i] = static_cast<uint8_t>(i * 37 + i / 11);
-    return bytes;
-}
-
-using TiffSecondReader = TiffFiles;
+using TiffSecondReader = WrittenTiffFiles;
 
 TEST_F(TiffSecondReader, AgainstReferenceGrey)
 {
@@ -62,25 +54,17 @@ TEST_F(TiffSecondReader, AgainstReferenceGrey)
 
 TEST_F(TiffSecondReader, AgainstReferenceColour)
 {
-    const int32_t im = I_ImOpen(37, 21, PIX_RGB24);
-    const Bytes pixels = levels(37 * 21 * 3);
-    ASSERT_NE(0, I_PutBlockType(0, 0, 37, 21, pixels.data(), im, PIX_RGB24));
-    ASSERT_EQ(1, I_WriteTiffFile(file.name(), 0, 0, 0, 0, im));
+    const Bytes pixels = samples(37 * 21 * 3);
+    writeColour(37, 21, pixels);
     const Seen seen = seenByPillow(file.name());
     EXPECT_EQ("37 21 RGB", seen.sizeAndMode);
     EXPECT_EQ(hexadecimal(pixels), seen.pixels);
-    I_ImClose(im);
 }
 
 TEST_F(TiffSecondReader, AgainstReferencePalette)
 {
-    I_SetColorProcMode(0);
-    const int32_t im = noiseImage(37, 21, 2);
-    const Bytes indices = bytesOf(im);
-    const Bytes tables = levels(768);
-    ASSERT_EQ(1, I_ApplyPalette(&tables[0], &tables[256], &tables[512], im));
-    ASSERT_EQ(1, I_WriteTiffFile(file.name(), 0, 0, 0, 0, im)) << errorText();
-    I_SetColorProcMode(3);
+    const Bytes tables = samples(768);
+    const Bytes indices = writePalette(37, 21, tables);
     const Seen seen = seenByPillow(file.name());
     Bytes triples;
     for (std::size_t i = 0; i < 256; ++i)
@@ -88,23 +72,16 @@ TEST_F(TiffSecondReader, AgainstReferencePalette)
     EXPECT_EQ("37 21 P", seen.sizeAndMode);
     EXPECT_EQ(hexadecimal(triples), seen.palette);
     EXPECT_EQ(hexadecimal(indices), seen.pixels);
-    I_ImClose(im);
 }
 
 TEST_F(TiffSecondReader, AgainstReferenceComment)
 {
     const std::string comment = "gate oxide, lot 7";
-    FILE* out = I_WriteTiffHeader(file.name(), 4, 3, comment.c_str(),
-                                  static_cast<int32_t>(comment.size()) + 1, nullptr);
-    ASSERT_NE(nullptr, out);
-    const int32_t im = byteImage({{1, 2, 3, 4}, {5, 6, 7, 8}, {9, 10, 11, 12}});
-    ASSERT_EQ(1, I_WriteTiffWindow(out, 0, 0, 4, 3, im));
-    std::fclose(out);
+    writeTwelve(comment);
     const Seen seen = seenByPillow(file.name());
     EXPECT_EQ("4 3 L", seen.sizeAndMode);
     EXPECT_EQ(comment, seen.comment);
     EXPECT_EQ("0102030405060708090a0b0c", seen.pixels);
-    I_ImClose(im);
 }
 
 } // namespace
