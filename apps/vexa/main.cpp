@@ -1,7 +1,9 @@
 // vexa: inspects pictures of plates against a reference, on the command line.
 #include <CLI/CLI.hpp>
 
+#include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <exception>
 #include <string>
 
@@ -28,6 +30,16 @@ constexpr char kMethod[] =
     "Exit code: 0 no defect, 1 defects found, 2 bad usage or unreadable input.";
 
 const char* const kPictures = "pictures are BMP, PNG, JPEG, TIFF or raw files";
+
+// CLI::Range lets pass what is not a number.
+CLI::Validator within(double low, double high)
+{
+    const CLI::Validator range = CLI::Range(low, high);
+    const auto check = [range](std::string& text) {
+        return std::isnan(std::strtod(text.c_str(), nullptr)) ? text + " is not a number" : range(text);
+    };
+    return CLI::Validator(check, range.get_description());
+}
 
 // "3,-4" as a point, "1,2,3,4" as a box.
 void setOffset(VexaPoint& point, const std::vector<int32_t>& numbers)
@@ -157,32 +169,32 @@ void addDefectCamera(CLI::App& synth, app::SynthSettings& settings)
             "drawn up to 2 if not given")
         ->expected(2)
         ->delimiter(',')
-        ->check(CLI::Range(-50.0, 50.0))
+        ->check(within(-50.0, 50.0))
         ->type_name("X,Y");
     synth
         .add_option("--rotation", settings.rotation,
                     "the defect picture's field of view turns clockwise by so many degrees")
-        ->check(CLI::Range(-0.2, 0.2))
+        ->check(within(-0.2, 0.2))
         ->capture_default_str();
     synth.add_option("--distortion", settings.distortion, "largest slow displacement in it, in pixels")
-        ->check(CLI::Range(0.0, 2.0))
+        ->check(within(0.0, 2.0))
         ->capture_default_str();
     synth
         .add_option("--gradient", settings.gradient,
                     "grey levels that it loses towards the bottom right corner; the reference loses 6")
-        ->check(CLI::Range(-100.0, 100.0))
+        ->check(within(-100.0, 100.0))
         ->capture_default_str();
     synth.add_option("--gain", settings.gain, "its light, as a multiple of the reference's")
-        ->check(CLI::Range(0.1, 10.0))
+        ->check(within(0.1, 10.0))
         ->capture_default_str();
     synth
         .add_option("--lamp", settings.offset,
                     "grey levels that it is brighter by; drawn up to 2 if not given")
-        ->check(CLI::Range(-100.0, 100.0));
+        ->check(within(-100.0, 100.0));
     synth
         .add_option("--focus", settings.focus,
                     "deviation of its blur in pixels; that of the reference is 1.4")
-        ->check(CLI::Range(0.3, 8.0))
+        ->check(within(0.3, 8.0))
         ->capture_default_str();
 }
 
@@ -209,7 +221,7 @@ CLI::App* addSynth(CLI::App& program, app::SynthCommand& command)
             "sizes of the defects in pixels; not given: what suits each kind")
         ->expected(2)
         ->delimiter(',')
-        ->check(CLI::Range(0.5, 30.0))
+        ->check(within(0.5, 30.0))
         ->type_name("LOW,HIGH");
     synth->add_option("--pattern", pattern.kind, "fields of a plate, an array of contacts, or lines")
         ->transform(CLI::CheckedTransformer(
@@ -218,10 +230,10 @@ CLI::App* addSynth(CLI::App& program, app::SynthCommand& command)
                                                       {"lines", plate::PatternKind::lines}}))
         ->type_name("plate|contacts|lines");
     synth->add_option("--pitch", pattern.pitch, "of contacts and lines, in pixels")
-        ->check(CLI::Range(4.0, 500.0))
+        ->check(within(4.0, 500.0))
         ->capture_default_str();
     synth->add_option("--duty", pattern.duty, "part of the pitch that a contact or a line is wide")
-        ->check(CLI::Range(0.1, 0.9))
+        ->check(within(0.1, 0.9))
         ->capture_default_str();
     synth->add_flag("--upright", pattern.upright, "lines run along y");
     synth
@@ -234,15 +246,15 @@ CLI::App* addSynth(CLI::App& program, app::SynthCommand& command)
             "grey levels of clear and opaque places, 196,48 if not given")
         ->expected(2)
         ->delimiter(',')
-        ->check(CLI::Range(1.0, 255.0))
+        ->check(within(1.0, 255.0))
         ->type_name("CLEAR,OPAQUE");
     synth->add_option("--noise", settings.noise, "deviation of the cameras' noise, in grey levels")
-        ->check(CLI::Range(0.0, 100.0))
+        ->check(within(0.0, 100.0))
         ->capture_default_str();
     synth
         ->add_option("--shot-noise", settings.shotNoise,
                      "deviation, on clear places, of the noise that grows with the root of the light")
-        ->check(CLI::Range(0.0, 100.0))
+        ->check(within(0.0, 100.0))
         ->capture_default_str();
     addDefectCamera(*synth, settings);
     return synth;

@@ -180,6 +180,13 @@ TEST(Synth, RefusesSettingsOutsideTheirRange)
                                                                           {"--defect-size", "0,1"}})
         expectFailure(scratch, {"synth", "--seed", "1", "--out", scratch / "s", option + "=" + value},
                       option);
+    for (const std::string option : {"--rotation", "--distortion", "--gradient", "--gain", "--lamp",
+                                     "--focus", "--noise", "--shot-noise", "--pitch", "--duty"})
+        expectFailure(scratch, {"synth", "--seed", "1", "--out", scratch / "s", option + "=nan"},
+                      option + ": nan is not a number");
+    for (const std::string option : {"--shift", "--levels", "--defect-size"})
+        expectFailure(scratch, {"synth", "--seed", "1", "--out", scratch / "s", option + "=nan,1"},
+                      option + ": nan is not a number");
 }
 
 TEST(Synth, WithoutDefectsNothingIsFound)
